@@ -1,0 +1,45 @@
+#include "errors/error_names.h"
+
+#include <cstddef>
+
+namespace nimb {
+
+namespace {
+
+// Indexed by UACERR_TYPE. The second name has always been stored cut short; hosts compare it.
+constexpr const char* kKindNames[] = {
+    "No Error",     "Incomplete w/o Err", "Application Error", "Callin Error",
+    "OPC-UA Error", "Client Error",       "Server Error",      "Unknown Error",
+};
+
+constexpr const char* kUndefinedApplicationError = "Undefined error";
+
+// Indexed by ApplicationError.
+constexpr const char* kApplicationErrorNames[] = {
+    "No error",
+    "Client instance not found, Bad handle",
+    "Not connected",
+    "Unsupported SSL version",
+    "Bad node id",
+    "Variant conversion error",
+    "Data type not supported",
+    "Client found but uninitialized",
+    kUndefinedApplicationError,  // file errors say what they are in their own text
+    "Other error",
+};
+
+template <std::size_t Size>
+const char* nameAt(const char* const (&names)[Size], long index, const char* otherwise) {
+    const bool known = index >= 0 && index < static_cast<long>(Size);
+    return known ? names[index] : otherwise;
+}
+
+}  // namespace
+
+const char* simpleErrorCodeName(long kind) { return nameAt(kKindNames, kind, "Undefined Error"); }
+
+const char* applicationErrorName(long code) {
+    return nameAt(kApplicationErrorNames, code, kUndefinedApplicationError);
+}
+
+}  // namespace nimb

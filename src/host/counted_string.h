@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace nimb {
+
+/// The host's counted string: a 16-bit element count followed by the elements. The host lays it
+/// out; the length it states is not to be trusted until it has been compared with `capacity`.
+template <typename Unit, std::size_t Capacity>
+struct VeltoString {
+    static constexpr std::size_t capacity = Capacity;
+
+    std::uint16_t length;
+    Unit data[Capacity];
+};
+
+/// Input and output of every ordinary entry: up to 32767 bytes.
+using HostBytes = VeltoString<unsigned char, 32767>;
+
+/// What the host fills with message texts: up to 32767 UTF-16 code units.
+using HostText = VeltoString<char16_t, 32767>;
+
+static_assert(offsetof(HostBytes, data) == 2, "hosts put the bytes right behind the length");
+
+}  // namespace nimb

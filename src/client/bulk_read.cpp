@@ -1,0 +1,167 @@
+#include "client/node_id_array.h"
+#include "client/opcua_client.h"
+#include "client/specification.h"
+#include "convert/string_mode.h"
+#include "convert/ua_export.h"
+#include "list/nested_list.h"
+#include "list/velto_list.h"
+
+namespace nimb {
+
+/// How a poll words what goes wrong before there are values. Hosts tell the polls apart by it.
+struct BulkReadTexts {
+    UACERR_TYPE unknownHandleKind;
+    const char* tag;
+};
+
+namespace {
+
+constexpr BulkReadTexts kPollTexts = {UACERR_CLIENT, ""};
+constexpr BulkReadTexts kPollBTexts = {UACERR_APPLICATION, ""};
+constexpr BulkReadTexts kPollCTexts = {UACERR_CLIENT, " [rbp-c]"};
+
+UACExport pollExporter(VariantMode variantMode, DataValueMode dataValueMode) {
+    UACExport exporter;
+    exporter.variantMode = variantMode;
+    exporter.dataValueMode = dataValueMode;
+    exporter.dateMode = DATE_ODBC;
+    exporter.stringMode = exportStringMode();
+    return exporter;
+}
+
+UACErr conversionFailed(const char* tag, std::size_t index) {
+    return {UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
+            "Error encountered processing OPC response%s: idx = %d", tag, static_cast<int>(index)};
+}
+
+// [value, source timestamp], an empty string standing for what the server did not send.
+void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_DataValue& value,
+                        bool& inValue) {
+    NestedList node(*out);
+    inValue = true;
+    if (value.hasValue) {
+        exporter.addToVeltoList(out, UA_TYPES_DATAVALUE, &value, false);
+    } else {
+        out->stuffAscii(out->datalength(), nullptr, 0);
+    }
+    inValue = false;
+    if (value.hasSourceTimestamp) {
+        exporter.addToVeltoList(out, UA_TYPES_DATETIME, &value.sourceTimestamp, false);
+    } else {
+        out->stuffAscii(out->datalength(), nullptr, 0);
+    }
+    node.close();
+}
+
+}  // namespace
+
+BulkReadReq& OpcuaClient::fileBulkRead(int* queryHandle) {
+    auto request = std::make_unique<BulkReadReq>();
+    ++lastQueryHandle_;
+    *queryHandle = static_cast<int>(lastQueryHandle_);
+    return *(bulkReads_[lastQueryHandle_] = std::move(request));
+}
+
+UACErr OpcuaClient::readBulkSetup(int* queryHandle, const NodeIdArray& ids,
+                                  const UA_UInt32* attributeIds) {
+    return fileBulkRead(queryHandle).setup(ids, attributeIds);
+}
+
+UACErr OpcuaClient::readBulkSetup(int* queryHandle, const Specification& specification) {
+    return readBulkSetup(queryHandle, specification.nodeIds(), specification.attributeIds());
+}
+
+UACErr OpcuaClient::sendBulkRead(long queryHandle, const BulkReadTexts& texts,
+                                 OwnedReadResponse& response) {
+    if (UACErr error = checkUsable(); error.isError()) {
+        return error;
+    }
+    const auto found = bulkReads_.find(queryHandle);
+    if (found == bulkReads_.end()) {
+        return {texts.unknownHandleKind, 10,
+                "Query handle does not correspond to a prespecified read request%s : handle = %d",
+                texts.tag, static_cast<int>(queryHandle)};
+    }
+    // The stack writes a handle, a time stamp and a timeout into the header of what it sends, so it
+    // gets a shallow copy.
+    const UA_ReadRequest request = found->second->request();
+    callService(&request, &UA_TYPES[UA_TYPES_READREQUEST], response.get(), response.type());
+    UA_StatusCode status = response->responseHeader.serviceResult;
+    if (status == UA_STATUSCODE_GOOD && response->resultsSize != request.nodesToReadSize) {
+        status = UA_STATUSCODE_BADUNKNOWNRESPONSE;  // results could not be told apart
+    }
+    if (status != UA_STATUSCODE_GOOD) {
+        return {UACERR_OPCUA, static_cast<long>(status),
+                "Error encountered during execution of read request%s", texts.tag};
+    }
+    return {};
+}
+
+UACErr OpcuaClient::readBulkPoll(VeltoList* out, long queryHandle) {
+    OwnedReadResponse response;
+    if (UACErr error = sendBulkRead(queryHandle, kPollTexts, response); error.isError()) {
+        return error;
+    }
+    const UACExport exporter = pollExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES_FLAT);
+    std::size_t i = 0;
+    try {
+        for (; i < response->resultsSize; ++i) {
+            exporter.addToVeltoList(out, UA_TYPES_DATAVALUE, &response->results[i], false);
+        }
+    } catch (...) {
+        return conversionFailed(" ", i + 1);  // this poll alone counts from 1
+    }
+    return {};
+}
+
+UACErr OpcuaClient::readBulkPollB(VeltoList* out, long queryHandle) {
+    OwnedReadResponse response;
+    if (UACErr error = sendBulkRead(queryHandle, kPollBTexts, response); error.isError()) {
+        return error;
+    }
+    const UACExport exporter = pollExporter(VARIANT_SCALAR, DATA_VALUE_ONLY);
+    std::size_t i = 0;
+    bool inValue = false;
+    try {
+        for (; i < response->resultsSize; ++i) {
+            appendValueAndTime(out, exporter, response->results[i], inValue);
+        }
+    } catch (...) {
+        return conversionFailed(inValue ? " [v]" : " ", i);
+    }
+    return {};
+}
+
+UACErr OpcuaClient::readBulkPollC(VeltoList* out, long queryHandle, bool valueRequired) {
+    OwnedReadResponse response;
+    if (UACErr error = sendBulkRead(queryHandle, kPollCTexts, response); error.isError()) {
+        return error;
+    }
+    const UACExport exporter = pollExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES);
+    std::size_t i = 0;
+    try {
+        for (; i < response->resultsSize; ++i) {
+            const UA_DataValue& value = response->results[i];
+            if (value.hasValue) {
+                NestedList node(*out);
+                exporter.addToVeltoList(out, UA_TYPES_DATAVALUE, &value, false);
+                node.close();
+            } else if (valueRequired) {
+                return {UACERR_SERVER, 10, "Missing return value [rbp-c] : idx = %d",
+                        static_cast<int>(i + 1)};
+            } else {
+                out->stuffAscii(out->datalength(), nullptr, 0);
+            }
+        }
+    } catch (...) {
+        return conversionFailed(" [v,rbp-c]", i);
+    }
+    return {};
+}
+
+UACErr OpcuaClient::readBulkClear(long queryHandle) {
+    bulkReads_.erase(queryHandle);
+    return {};
+}
+
+}  // namespace nimb

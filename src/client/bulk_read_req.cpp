@@ -1,0 +1,33 @@
+#include "client/bulk_read_req.h"
+
+#include "client/node_id_array.h"
+
+namespace nimb {
+
+namespace {
+
+UACErr memoryError() { return {UACERR_CLIENT, 9, "Memory allocation error"}; }
+
+}  // namespace
+
+UACErr BulkReadReq::setup(const NodeIdArray& ids, const UA_UInt32* attributeIds) {
+    request_.reset();
+    request_->timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;
+    void* nodes = UA_Array_new(ids.size(), &UA_TYPES[UA_TYPES_READVALUEID]);
+    if (nodes == nullptr) {
+        return memoryError();
+    }
+    request_->nodesToRead = static_cast<UA_ReadValueId*>(nodes);
+    request_->nodesToReadSize = ids.size();
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        UA_ReadValueId& node = request_->nodesToRead[i];
+        node.attributeId = attributeIds[i];
+        if (UA_NodeId_copy(&ids[i], &node.nodeId) != UA_STATUSCODE_GOOD) {
+            request_.reset();
+            return memoryError();
+        }
+    }
+    return {};
+}
+
+}  // namespace nimb

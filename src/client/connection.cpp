@@ -1,0 +1,126 @@
+#include <new>
+
+#include "client/opcua_client.h"
+
+namespace nimb {
+
+namespace {
+
+constexpr int kChannelOpen = 6;
+constexpr int kChannelClosed = 8;
+
+// open62541 1.4 counts its transport states in; hosts know the older, shorter row of states.
+int hostChannelState(UA_SecureChannelState state) {
+    switch (state) {
+        case UA_SECURECHANNELSTATE_HEL_SENT:
+            return 1;
+        case UA_SECURECHANNELSTATE_HEL_RECEIVED:
+            return 2;
+        case UA_SECURECHANNELSTATE_ACK_SENT:
+            return 3;
+        case UA_SECURECHANNELSTATE_ACK_RECEIVED:
+            return 4;
+        case UA_SECURECHANNELSTATE_OPN_SENT:
+            return 5;
+        case UA_SECURECHANNELSTATE_OPEN:
+            return kChannelOpen;
+        case UA_SECURECHANNELSTATE_CLOSING:
+            return 7;
+        case UA_SECURECHANNELSTATE_CLOSED:
+            return kChannelClosed;
+        default:
+            return 0;
+    }
+}
+
+void setUserToken(UA_ClientConfig* config, const char* user, const char* password) {
+    Owned<UA_UserNameIdentityToken, UA_TYPES_USERNAMEIDENTITYTOKEN> content;
+    content->userName = UA_String_fromChars(user);
+    content->password = UA_String_fromChars(password);
+    UA_UserNameIdentityToken* token = UA_UserNameIdentityToken_new();
+    if (token == nullptr) {
+        throw std::bad_alloc();
+    }
+    *token = content.release();
+    UA_ExtensionObject_clear(&config->userIdentityToken);
+    UA_ExtensionObject_setValue(&config->userIdentityToken, token,
+                                &UA_TYPES[UA_TYPES_USERNAMEIDENTITYTOKEN]);
+}
+
+}  // namespace
+
+bool ClientState::connected() const { return secureChannelState == kChannelOpen && sessionState != 0; }
+
+UACErr OpcuaClient::getState(ClientState* state) const {
+    if (client_ == nullptr) {
+        return {UACERR_APPLICATION, APPERR_UNINITIALIZED,
+                "State enquiry regarding uninitialized client"};
+    }
+    UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
+    UA_SessionState session = UA_SESSIONSTATE_CLOSED;
+    UA_Client_getState(client_.get(), &channel, &session, &state->connectStatus);
+    state->secureChannelState = hostChannelState(channel);
+    state->sessionState = session;
+    return {};
+}
+
+// Every connect starts from a closed session: asked to connect elsewhere while connected, the
+// stack answers "Good" and stays where it is.
+UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
+    ClientState state;
+    if (client_ == nullptr && !resetRequired_) {
+        return {UACERR_APPLICATION, APPERR_UNINITIALIZED};
+    }
+    if (client_ != nullptr) {
+        if (UACErr error = getState(&state); error.isError()) {
+            return error;
+        }
+        if (state.secureChannelState != kChannelClosed || state.sessionState != 0) {
+            UA_Client_disconnect(client_.get());
+        }
+    }
+    // Also when that disconnect ended a subscription.
+    if (resetRequired_) {
+        return {UACERR_INCOMPLETE, APPERR_OTHER, "%s", resetText};
+    }
+    return {};
+}
+
+UACErr OpcuaClient::connectTo(const char* url) {
+    endpointUrl_ = url;
+    const UA_StatusCode status = UA_Client_connect(client_.get(), url);
+    if (status == UA_STATUSCODE_GOOD) {
+        return {};
+    }
+    if (status == UA_STATUSCODE_BADTIMEOUT) {
+        const UA_ClientConfig* config = UA_Client_getConfig(client_.get());
+        const int timeout = config == nullptr ? -1 : static_cast<int>(config->timeout);
+        return {UACERR_OPCUA, static_cast<long>(status),
+                "Unable to connect to '%s', configured timeout = %d ms", url, timeout};
+    }
+    return {UACERR_OPCUA, static_cast<long>(status), "Unable to connect to '%s'", url};
+}
+
+UACErr OpcuaClient::connect(const char* url) {
+    UACErr error = closeBeforeConnect("Client reset required [c]");
+    return error.isError() ? error : connectTo(url);
+}
+
+UACErr OpcuaClient::connect(const char* url, const char* user, const char* password) {
+    UACErr error = closeBeforeConnect("Client reset required");
+    if (error.isError()) {
+        return error;
+    }
+    setUserToken(UA_Client_getConfig(client_.get()), user, password);
+    return connectTo(url);
+}
+
+UACErr OpcuaClient::disconnect() {
+    if (client_ == nullptr) {
+        return {UACERR_APPLICATION, APPERR_UNINITIALIZED};
+    }
+    UA_Client_disconnect(client_.get());
+    return {};
+}
+
+}  // namespace nimb

@@ -1,0 +1,104 @@
+#include <open62541/client_config_default.h>
+
+#include <new>
+
+#include "client/opcua_client.h"
+#include "client/security_material.h"
+#include "errors/log_file.h"
+#include "errors/log_sink.h"
+#include "host/version.h"
+
+namespace nimb {
+
+namespace {
+
+// For an encrypted or unreadable key the stack would ask on standard input and wait: the library
+// never reads the streams of its host.
+UA_StatusCode refusePasswordQuestion(UA_ClientConfig* /*config*/, UA_ByteString* /*password*/) {
+    UAC_WriteLogFile("The private key is encrypted or unreadable; keys with a password are refused");
+    return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
+}
+
+}  // namespace
+
+void OpcuaClient::StackClientDeleter::operator()(UA_Client* client) const {
+    UA_Client_delete(client);
+}
+
+OpcuaClient::OpcuaClient() {
+    UAC_WriteLogFile("Creating OpcuaClient");
+    UAC_WriteLogFile("NimbOPCUA %d.%d.%d (%d) %s", UAC_version_major, UAC_version_minor,
+                     UAC_version_revision, UAC_version_build, UAC_version_text);
+}
+
+OpcuaClient::~OpcuaClient() { static_cast<void>(clear()); }
+
+UACErr OpcuaClient::clear() {
+    if (client_ != nullptr) {
+        // The stack reports the subscriptions as deleted from within; they are still there.
+        UA_Client_disconnect(client_.get());
+    }
+    bulkReads_.clear();
+    discardSubscriptions();
+    client_.reset();
+    return {};
+}
+
+// The logger is in place before the defaults are applied: the event loop, the certificate check
+// and the security policies of open62541 1.4 each keep the pointer they find then. Without a log
+// file the stack is silent, for its default logger prints to the host's standard output.
+UACErr OpcuaClient::makeStackClient() {
+    if (UACErr error = clear(); error.isError()) {
+        return error;
+    }
+    UA_ClientConfig config{};
+    config.logging = UAC_log_filename == nullptr ? &UAC_UA_Log_silent : &UAC_UA_Log_toFile;
+    client_.reset(UA_Client_newWithConfig(&config));
+    if (client_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    return {};
+}
+
+void OpcuaClient::finishSetup(int timeout) {
+    UA_ClientConfig* config = UA_Client_getConfig(client_.get());
+    config->timeout = static_cast<UA_UInt32>(timeout);
+    watchSubscriptions(config);
+}
+
+UACErr OpcuaClient::setup(int timeout) {
+    if (UACErr error = makeStackClient(); error.isError()) {
+        return error;
+    }
+    const UA_StatusCode status = UA_ClientConfig_setDefault(UA_Client_getConfig(client_.get()));
+    if (status != UA_STATUSCODE_GOOD) {
+        return UACErr::opcua(status);
+    }
+    finishSetup(timeout);
+    return {};
+}
+
+UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode,
+                                        const std::string& applicationUri,
+                                        const SecurityMaterial& material) {
+    if (UACErr error = makeStackClient(); error.isError()) {
+        return error;
+    }
+    UA_ClientConfig* config = UA_Client_getConfig(client_.get());
+    config->privateKeyPasswordCallback = refusePasswordQuestion;
+    const auto trusted = views(material.trustList);
+    const auto revoked = views(material.revocationList);
+    const UA_StatusCode status = UA_ClientConfig_setDefaultEncryption(
+        config, material.certificate.view(), material.privateKey.view(), trusted.data(),
+        trusted.size(), revoked.data(), revoked.size());
+    if (status != UA_STATUSCODE_GOOD) {
+        return UACErr::opcua(status);
+    }
+    config->securityMode = mode;
+    UA_String_clear(&config->clientDescription.applicationUri);
+    config->clientDescription.applicationUri = UA_String_fromChars(applicationUri.c_str());
+    finishSetup(timeout);
+    return {};
+}
+
+}  // namespace nimb

@@ -1,0 +1,28 @@
+#include "subscription/monitored_item.h"
+
+#include "subscription/value_functions.h"
+
+namespace nimb {
+
+OwnedDataValue takeOver(UA_DataValue* value) {
+    OwnedDataValue taken(*value);
+    taken->value.storageType = UA_VARIANT_DATA;
+    value->value.storageType = UA_VARIANT_DATA_NODELETE;
+    return taken;
+}
+
+MonitoredItem::MonitoredItem(std::uint32_t monitoredItemId, int itemIndex, Processor itemProcessor)
+    : id_(monitoredItemId),
+      index_(itemIndex),
+      processor_(itemProcessor),
+      equals_(UAC_Simple_DataValue_Equals) {}
+
+bool MonitoredItem::set(UA_DataValue* value) {
+    if (equals_(value, lastValue_.get())) {
+        return false;
+    }
+    lastValue_ = takeOver(value);
+    return true;
+}
+
+}  // namespace nimb

@@ -1,0 +1,158 @@
+#include <open62541/client_subscriptions.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "client/node_id_array.h"
+#include "client/opcua_client.h"
+#include "subscription/stack_callbacks.h"
+#include "subscription/subscription.h"
+#include "subscription/value_functions.h"
+
+namespace nimb {
+
+namespace {
+
+using CreateItemsResponse =
+    Owned<UA_CreateMonitoredItemsResponse, UA_TYPES_CREATEMONITOREDITEMSRESPONSE>;
+
+UACErr unexpectedLength(std::size_t results, std::size_t count) {
+    return {UACERR_CLIENT, 10, "Unexpected server response length (%d,%d)",
+            static_cast<int>(results), static_cast<int>(count)};
+}
+
+// The node ids stay the caller's: the stack only reads them.
+std::vector<UA_MonitoredItemCreateRequest> itemRequests(const NodeIdArray& ids,
+                                                        const SubscriptionRequest& request) {
+    std::vector<UA_MonitoredItemCreateRequest> items(ids.size());
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        items[i].itemToMonitor.nodeId = ids[i];
+        items[i].itemToMonitor.attributeId = UA_ATTRIBUTEID_VALUE;
+        items[i].monitoringMode = UA_MONITORINGMODE_REPORTING;
+        items[i].requestedParameters.samplingInterval = request.samplingInterval;
+        items[i].requestedParameters.queueSize = request.itemQueueSize;
+        items[i].requestedParameters.discardOldest = true;
+    }
+    return items;
+}
+
+// Values of the first result widened over the others.
+void takeRevised(const UA_CreateMonitoredItemsResponse& response, SubscriptionRequest& request) {
+    request.samplingInterval = response.results[0].revisedSamplingInterval;
+    request.itemQueueSize = response.results[0].revisedQueueSize;
+    for (std::size_t i = 1; i < response.resultsSize; ++i) {
+        const UA_MonitoredItemCreateResult& result = response.results[i];
+        request.samplingInterval =
+            std::max(request.samplingInterval, result.revisedSamplingInterval);
+        request.itemQueueSize = std::min(request.itemQueueSize, result.revisedQueueSize);
+    }
+}
+
+CreateItemsResponse createItems(OpcuaClient* client, std::uint32_t subscriptionId,
+                                const NodeIdArray& ids, const SubscriptionRequest& request) {
+    std::vector<UA_MonitoredItemCreateRequest> items = itemRequests(ids, request);
+    std::vector<void*> contexts(ids.size(), client);
+    std::vector<UA_Client_DataChangeNotificationCallback> changeCallbacks(
+        ids.size(), UAC_DataChangeNotificationCallback);
+    std::vector<UA_Client_DeleteMonitoredItemCallback> deleteCallbacks(
+        ids.size(), UAC_DeleteMonitoredItemCallback);
+    UA_CreateMonitoredItemsRequest call{};
+    call.subscriptionId = subscriptionId;
+    call.timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;
+    call.itemsToCreate = items.data();
+    call.itemsToCreateSize = items.size();
+    return CreateItemsResponse(UA_Client_MonitoredItems_createDataChanges(
+        client->stackClient(), call, contexts.data(), changeCallbacks.data(),
+        deleteCallbacks.data()));
+}
+
+}  // namespace
+
+UACErr Subscription::addMonitoredItemsOnServer(const NodeIdArray& ids,
+                                               SubscriptionRequest& request) {
+    // Hosts hold one call to what a signed 16-bit count can say.
+    if (ids.size() > static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max())) {
+        return {UACERR_CLIENT, 9, "Memory allocation error"};
+    }
+    if (client_->stackClient() == nullptr) {
+        return {UACERR_CLIENT, 10, "Null client"};
+    }
+    itemsKnown_ = false;
+    UACErr error;
+    try {
+        const CreateItemsResponse response = createItems(client_, subscriptionId_, ids, request);
+        error = fileItems(*response, ids.size());
+        if (!error.isError()) {
+            takeRevised(*response, request);
+        }
+    } catch (const UACErr& raised) {
+        error = raised;
+    } catch (...) {
+        error = UACErr(UACERR_UNKNOWN, 10, "Unknown error adding monitoring items");
+    }
+    processWaiting();
+    return error;
+}
+
+UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response,
+                               std::size_t count) {
+    const std::size_t results = response.resultsSize;
+    if (results == 0) {
+        return unexpectedLength(results, count);
+    }
+    const UA_MonitoredItemCreateResult* firstBad = nullptr;
+    std::size_t failures = 0;
+    for (std::size_t i = 0; i < results; ++i) {
+        const UA_MonitoredItemCreateResult& result = response.results[i];
+        MonitoredItem& item = fileItem(result.monitoredItemId, i, results, count);
+        item.lastStatus = result.statusCode;
+        if (result.statusCode == UA_STATUSCODE_GOOD) {
+            item.inactive = false;
+            continue;
+        }
+        item.error = UACErr::opcua(result.statusCode);
+        firstBad = firstBad == nullptr ? &result : firstBad;
+        ++failures;
+    }
+    if (results != count) {
+        return unexpectedLength(results, count);
+    }
+    if (firstBad == nullptr) {
+        return {};
+    }
+    return {UACERR_OPCUA, static_cast<long>(firstBad->statusCode),
+            "Error in requesting monitoring (idx=%d) : %d total errors in %d requests",
+            static_cast<int>(firstBad - response.results), static_cast<int>(failures),
+            static_cast<int>(count)};
+}
+
+// The server gives every refused item the id 0, so a second refused one cannot be filed: what
+// comes behind it is then not followed.
+MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t position,
+                                      std::size_t results, std::size_t count) {
+    const int index = static_cast<int>(position + 1);
+    const std::size_t sameId = itemsById_.count(monitoredItemId);
+    const std::size_t sameIndex = itemsByIndex_.count(index);
+    if (sameId != 0 || sameIndex != 0) {
+        throw UACErr(UACERR_APPLICATION, APPERR_MALFORMED,
+                     "Probable error in DataSource class/specification "
+                     "[s.amios:%d,%d,%d,%d,%d,%d,%d]",
+                     static_cast<int>(monitoredItemId), index, static_cast<int>(position),
+                     static_cast<int>(results), static_cast<int>(count),
+                     static_cast<int>(sameId), static_cast<int>(sameIndex));
+    }
+    auto item = std::make_unique<MonitoredItem>(monitoredItemId, index, UAC_TestDataValueProcessor);
+    itemsByIndex_[index] = item.get();
+    return *(itemsById_[monitoredItemId] = std::move(item));
+}
+
+void Subscription::processWaiting() {
+    itemsKnown_ = true;
+    for (ItemNotification& notification : notificationQueue_) {
+        if (!notification.processed()) {
+            notification.process();
+        }
+    }
+}
+
+}  // namespace nimb

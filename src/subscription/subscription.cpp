@@ -1,0 +1,184 @@
+#include "subscription/subscription.h"
+
+#include <open62541/client_subscriptions.h>
+
+#include "client/opcua_client.h"
+#include "convert/string_mode.h"
+#include "errors/log_file.h"
+#include "subscription/stack_callbacks.h"
+
+namespace nimb {
+
+namespace {
+
+using CreateResponse =
+    Owned<UA_CreateSubscriptionResponse, UA_TYPES_CREATESUBSCRIPTIONRESPONSE>;
+using DeleteResponse =
+    Owned<UA_DeleteSubscriptionsResponse, UA_TYPES_DELETESUBSCRIPTIONSRESPONSE>;
+
+UA_CreateSubscriptionRequest stackRequest(const SubscriptionRequest& request) {
+    UA_CreateSubscriptionRequest result = UA_CreateSubscriptionRequest_default();
+    result.requestedPublishingInterval = request.publishingInterval;
+    result.requestedLifetimeCount = request.lifetimeCount;
+    result.requestedMaxKeepAliveCount = request.keepAliveCount;
+    result.maxNotificationsPerPublish = request.maxNotifications;
+    return result;
+}
+
+UA_StatusCode firstResult(const UA_DeleteSubscriptionsResponse& response) {
+    if (response.resultsSize != 0) {
+        return response.results[0];
+    }
+    const UA_StatusCode service = response.responseHeader.serviceResult;
+    return service == UA_STATUSCODE_GOOD ? UA_STATUSCODE_BADUNKNOWNRESPONSE : service;
+}
+
+}  // namespace
+
+Subscription::Subscription(OpcuaClient* client, int maxQueueSize)
+    : client_(client), maxQueueSize_(maxQueueSize), lastChange_(std::chrono::steady_clock::now()) {
+    exportOptions_.variantMode = VARIANT_NESTED;
+    exportOptions_.dataValueMode = DATA_VALUE_WITH_TIMES;
+    exportOptions_.dateMode = DATE_ODBC;
+    exportOptions_.stringMode = exportStringMode();
+}
+
+Subscription::~Subscription() {
+    const UAC_SUBSCRIPTION_STATUS status = status_;
+    status_ = DEACTIVATED;
+    if (status == UNINITIALIZED || status == SERVER_DELETED) {
+        return;
+    }
+    try {
+        static_cast<void>(deleteOnServer());
+    } catch (...) {
+        // The server forgets the subscription when its lifetime ends.
+    }
+}
+
+UACErr Subscription::createSubscriptionOnServer(SubscriptionRequest& request) {
+    if (status_ != UNINITIALIZED) {
+        return {UACERR_APPLICATION, APPERR_OTHER,
+                "Initialization attempted on already initialized subscription"};
+    }
+    UA_Client* stack = client_->stackClient();
+    if (stack == nullptr) {
+        return {UACERR_CLIENT, 10, "Null client"};
+    }
+    CreateResponse response;
+    if (client_->sessionMayBeUsed()) {
+        response.reset(UA_Client_Subscriptions_create(stack, stackRequest(request), client_,
+                                                      UAC_StatusChangeNotificationCallback,
+                                                      UAC_DeleteSubscriptionCallback));
+    } else {
+        response->responseHeader.serviceResult = UA_STATUSCODE_BADCONNECTIONCLOSED;
+    }
+    const UA_StatusCode status = response->responseHeader.serviceResult;
+    if (status != UA_STATUSCODE_GOOD) {
+        return {UACERR_OPCUA, static_cast<long>(status),
+                "Unable to create subscription. Call failed."};
+    }
+    subscriptionId_ = response->subscriptionId;
+    request.publishingInterval = response->revisedPublishingInterval;
+    request.lifetimeCount = response->revisedLifetimeCount;
+    request.keepAliveCount = response->revisedMaxKeepAliveCount;
+    keepAliveTime_ = request.publishingInterval * request.keepAliveCount;
+    status_ = ACTIVE;
+    return {};
+}
+
+UACErr Subscription::deleteOnServer() {
+    UA_Client* stack = client_->stackClient();
+    if (stack == nullptr) {
+        return {UACERR_CLIENT, APPERR_OTHER,
+                "Attempt to delete subscription on server using a null client"};
+    }
+    UA_DeleteSubscriptionsRequest request{};
+    request.subscriptionIds = &subscriptionId_;
+    request.subscriptionIdsSize = 1;
+    DeleteResponse response;
+    if (client_->sessionMayBeUsed()) {
+        response.reset(UA_Client_Subscriptions_delete(stack, request));
+    } else {
+        response->responseHeader.serviceResult = UA_STATUSCODE_BADCONNECTIONCLOSED;
+    }
+    const UA_StatusCode status = firstResult(*response);
+    if (status != UA_STATUSCODE_GOOD) {
+        return {UACERR_OPCUA, static_cast<long>(status),
+                "Error encountered during subscription deletion attempt (sub_id=%d)",
+                static_cast<int>(subscriptionId_)};
+    }
+    return {};
+}
+
+ItemNotification* Subscription::queue(UA_DataValue* value, std::uint32_t monitoredItemId) {
+    const std::lock_guard<std::mutex> lock(queueMutex_);
+    lastChange_ = std::chrono::steady_clock::now();
+    const auto bound = static_cast<std::uint64_t>(static_cast<std::int64_t>(maxQueueSize_));
+    if (maxQueueSize_ != 0 && notificationQueue_.size() >= bound) {
+        ++queueLossCount_;
+        if (MonitoredItem* item = itemById(monitoredItemId)) {
+            ++item->lossCount;
+        } else {
+            ++unknownItemLossCount_;
+        }
+        return nullptr;
+    }
+    return &notificationQueue_.emplace_back(this, monitoredItemId, value);
+}
+
+MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) const {
+    const auto entry = itemsById_.find(monitoredItemId);
+    return entry == itemsById_.end() ? nullptr : entry->second.get();
+}
+
+VeltoList* Subscription::emptyScratch() {
+    scratch_.Reset();
+    return &scratch_;
+}
+
+void Subscription::serverStatusChanged(UA_StatusCode status) {
+    const bool good = status == UA_STATUSCODE_GOOD;
+    if (status_ == ACTIVE && !good) {
+        status_ = SERVER_ERROR;
+    } else if (status_ == SERVER_ERROR && good) {
+        status_ = ACTIVE;
+    }
+}
+
+bool Subscription::serverDeleted() {
+    if (status_ == DEACTIVATED || status_ == SERVER_DELETED) {
+        return false;
+    }
+    status_ = SERVER_DELETED;
+    return true;
+}
+
+void Subscription::logSilence() const {
+    using std::chrono::duration_cast;
+    using std::chrono::milliseconds;
+    const auto sinceChange = std::chrono::steady_clock::now() - lastChange_;
+    UAC_WriteLogFile("Subscription %u is silent: nothing from the server, not even a keep-alive, "
+                     "for more than %.0f ms; last change %ld ms ago",
+                     subscriptionId_, keepAliveTime_,
+                     static_cast<long>(duration_cast<milliseconds>(sinceChange).count()));
+}
+
+std::string Subscription::getStatusString(UAC_SUBSCRIPTION_STATUS status) {
+    switch (status) {
+        case UNINITIALIZED:
+            return "UNINITIALIZED";
+        case ACTIVE:
+            return "ACTIVE";
+        case DEACTIVATED:
+            return "DEACTIVATED";
+        case SERVER_ERROR:
+            return "SERVER ERROR";
+        case SERVER_DELETED:
+            return "SERVER DELETED";
+        default:
+            return "UNKNOWN";
+    }
+}
+
+}  // namespace nimb

@@ -1,0 +1,21 @@
+#include "callout/call_frame.h"
+
+namespace nimb {
+
+namespace {
+
+// Larger results do not reach the host anyway; their memory is given back.
+constexpr std::size_t kKeptCapacity = std::size_t{128} << 10;
+
+}  // namespace
+
+VeltoList& emptyResults() {
+    static VeltoList results;
+    if (results.capacity() > kKeptCapacity) {
+        results.clear();
+    }
+    results.Reset();
+    return results;
+}
+
+}  // namespace nimb

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "callout/arguments.h"
+#include "callout/result_writer.h"
+#include "errors/uac_err.h"
+#include "list/velto_list.h"
+
+namespace nimb {
+
+/// The list that a call builds its results in, empty. Its buffer is kept between calls, because
+/// the host makes one call at a time and a poll's results are tens of kilobytes.
+VeltoList& emptyResults();
+
+/// The frame around every handler: views the input, runs the operation, turns whatever it raises
+/// into an error and writes the result once. Nothing escapes.
+/// @param tag        the text of the error for anything raised that is not a UACErr
+/// @param operation  called with the arguments and the empty result list; returns the call's error
+template <typename Operation>
+void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
+               Operation&& operation) noexcept {
+    try {
+        VeltoList& results = emptyResults();
+        UACErr error;
+        try {
+            const Arguments arguments(in);
+            error = operation(arguments, results);
+        } catch (const UACErr& raised) {
+            error = raised;
+        } catch (...) {
+            error = UACErr(UACERR_UNKNOWN, 10, "%s", tag);
+        }
+        UAC_MakeReturnValue(error, results, out, false);
+    } catch (...) {
+        writeFailureWithoutMemory(out, tag);
+    }
+}
+
+}  // namespace nimb

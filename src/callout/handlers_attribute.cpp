@@ -1,0 +1,83 @@
+#include "callout/call_frame.h"
+#include "callout/opcua_static.h"
+#include "client/host_string.h"
+#include "client/opcua_client.h"
+#include "convert/string_mode.h"
+#include "convert/ua_export.h"
+
+namespace nimb {
+
+namespace {
+
+UACExport attributeExporter() {
+    UACExport exporter;
+    exporter.variantMode = VARIANT_SCALAR;
+    exporter.dataValueMode = DATA_VALUE_WITH_TIMES;
+    exporter.dateMode = DATE_ODBC;
+    exporter.stringMode = exportStringMode();
+    return exporter;
+}
+
+UACErr writeText(OpcuaClient& client, const VeltoListItem& item, const UA_NodeId& id) {
+    if (UAC_unicode_usage != 0 && UAC_unicode_usage != 1) {
+        return {};  // hosts rely on this: nothing is written and nothing is wrong
+    }
+    OwnedString text = hostString(item);
+    return client.writeValueAttributeStr(text.get(), id);
+}
+
+UACErr writeItem(OpcuaClient& client, const VeltoListItem& item, long type, const UA_NodeId& id) {
+    switch (writeFormOf(type)) {
+        case WriteForm::integer:
+            return client.writeValueAttributeInt(item.AsLongLong(), id, type);
+        case WriteForm::floatingPoint:
+            return client.writeValueAttributeDouble(item.AsDouble(), id, type);
+        case WriteForm::text:
+            return writeText(client, item, id);
+        case WriteForm::refused:
+        default:
+            return {UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "Input (type=%d)",
+                    static_cast<int>(type)};
+    }
+}
+
+void decodeNodeId(UA_NodeId* id, const VeltoROList& arguments, std::size_t typeItem) {
+    if (!OpcuaStatic::getNodeId(id, &arguments, typeItem, &arguments, typeItem - 1, &arguments,
+                                typeItem - 2)) {
+        throw UACErr(UACERR_APPLICATION, APPERR_BAD_NODE_ID, "NodeId error");
+    }
+}
+
+}  // namespace
+
+void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B22]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        OpcuaClient& client = arguments.client();
+        OwnedNodeId id;
+        decodeNodeId(id.get(), arguments.list(), 3);
+        if (arguments[4].AsLong() != UA_ATTRIBUTEID_VALUE) {
+            return {UACERR_APPLICATION, APPERR_OTHER, "Query of selected attribute is unsupported"};
+        }
+        OwnedDataValue value;
+        UACErr error = client.readValueAttribute(value.get(), *id);
+        if (!error.isError()) {
+            attributeExporter().addToVeltoList(&results, UA_TYPES_DATAVALUE, value.get(), false);
+        }
+        return error;
+    });
+}
+
+void OpcuaStatic::writeAttribute(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B23]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+        OpcuaClient& client = arguments.client();
+        const long type = arguments[2].AsLong();
+        OwnedNodeId id;
+        decodeNodeId(id.get(), arguments.list(), 5);
+        if (arguments[6].AsLong() != UA_ATTRIBUTEID_VALUE) {
+            return {UACERR_APPLICATION, APPERR_OTHER, "Write of selected attribute is unsupported"};
+        }
+        return writeItem(client, arguments[1], type, *id);
+    });
+}
+
+}  // namespace nimb

@@ -1,0 +1,99 @@
+#include <vector>
+
+#include "callout/call_frame.h"
+#include "callout/opcua_static.h"
+#include "client/node_id_array.h"
+#include "client/opcua_client.h"
+#include "client/specification.h"
+
+namespace nimb {
+
+namespace {
+
+// Every attribute id is read, so each must be readable, but this entry has always prepared reads
+// of the Value attribute, whatever was given.
+std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds) {
+    std::vector<UA_UInt32> result(attributeIds.size(), UA_ATTRIBUTEID_VALUE);
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        static_cast<void>(attributeIds.at(i).AsLong());
+    }
+    return result;
+}
+
+}  // namespace
+
+void OpcuaStatic::readBulkSetup(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B10]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        const long handle = arguments.handle();
+        const VeltoROList types = arguments[1].AsVeltoROList();
+        const VeltoROList namespaces = arguments[2].AsVeltoROList();
+        const VeltoROList identifiers = arguments[3].AsVeltoROList();
+        const VeltoROList attributeIds = arguments[4].AsVeltoROList();
+        const std::size_t count = types.size();
+        if (namespaces.size() != count || identifiers.size() != count ||
+            attributeIds.size() != count) {
+            return inconsistentLists();
+        }
+        const NodeIdArray ids = getNodeIds(types, namespaces, identifiers);
+        const std::vector<UA_UInt32> attributes = valueAttributes(attributeIds);
+        int queryHandle = 0;
+        UACErr error =
+            Arguments::clientOf(handle).readBulkSetup(&queryHandle, ids, attributes.data());
+        results += queryHandle;
+        return error;
+    });
+}
+
+void OpcuaStatic::readBulkSetupC(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B11]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        const long handle = arguments.handle();
+        Specification specification;
+        if (UACErr error = specification.set(arguments[1].AsVeltoROList()); error.isError()) {
+            return error;
+        }
+        OpcuaClient& client = Arguments::clientOf(handle);
+        int queryHandle = -1;
+        UACErr error = client.readBulkSetup(&queryHandle, specification);
+        if (error.isError()) {
+            static_cast<void>(client.readBulkClear(queryHandle));
+            queryHandle = -1;
+        }
+        results += queryHandle;
+        return error;
+    });
+}
+
+void OpcuaStatic::readBulkPoll(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B12]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        return arguments.client().readBulkPoll(&results, arguments[1].AsLong());
+    });
+}
+
+void OpcuaStatic::readBulkPollB(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B13]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        return arguments.client().readBulkPollB(&results, arguments[1].AsLong());
+    });
+}
+
+void OpcuaStatic::readBulkPollC(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B14]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        constexpr long lastDateOption = 2;
+        OpcuaClient& client = arguments.client();
+        const long queryHandle = arguments[1].AsLong();
+        const bool valueRequired = arguments[2].AsLong() == 1;
+        // The option is checked and not consulted: dates are ODBC text.
+        if (const long option = arguments[3].AsLong(); option > lastDateOption) {
+            return {UACERR_APPLICATION, APPERR_OTHER, "Invalid datetime format option (opt=%d)",
+                    static_cast<int>(option)};
+        }
+        return client.readBulkPollC(&results, queryHandle, valueRequired);
+    });
+}
+
+void OpcuaStatic::readBulkClear(HostBytes* out, const HostBytes* in) {
+    callFrame(out, in, "[B15]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+        return arguments.client().readBulkClear(arguments[1].AsLong());
+    });
+}
+
+}  // namespace nimb

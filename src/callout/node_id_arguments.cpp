@@ -1,0 +1,39 @@
+#include "callout/opcua_static.h"
+#include "client/host_string.h"
+#include "client/node_id_array.h"
+
+namespace nimb {
+
+bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::size_t typeItem,
+                            const VeltoROList* nsList, std::size_t nsItem,
+                            const VeltoROList* idList, std::size_t idItem) {
+    try {
+        const long type = typeList->at(typeItem).AsLong();
+        const long namespaceIndex = nsList->at(nsItem).AsLong();
+        switch (type) {
+            case UA_NODEIDTYPE_NUMERIC:
+                setNumericNodeId(*out, namespaceIndex, idList->at(idItem).AsLong());
+                return true;
+            case UA_NODEIDTYPE_STRING:
+                setStringNodeId(*out, namespaceIndex, hostString(idList->at(idItem)));
+                return true;
+            default:
+                return false;
+        }
+    } catch (...) {
+        return false;
+    }
+}
+
+NodeIdArray OpcuaStatic::getNodeIds(const VeltoROList& types, const VeltoROList& namespaces,
+                                    const VeltoROList& identifiers) {
+    NodeIdArray ids(types.size());
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        if (!getNodeId(&ids[i], &types, i, &namespaces, i, &identifiers, i)) {
+            throw UACErr(UACERR_APPLICATION, APPERR_BAD_NODE_ID, "idx = %d", static_cast<int>(i));
+        }
+    }
+    return ids;
+}
+
+}  // namespace nimb

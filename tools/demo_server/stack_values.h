@@ -1,0 +1,87 @@
+#pragma once
+
+#include <open62541/types.h>
+#include <open62541/types_generated.h>
+
+#include <initializer_list>
+#include <new>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace nimb::plant {
+
+/// Move-only owner of one stack value: zeroed at birth, cleared at death.
+/// `TypeIndex` is the value's place in `UA_TYPES`; several of its types share one C type.
+template <typename T, std::size_t TypeIndex>
+class Owned {
+  public:
+    Owned() noexcept { UA_init(&value_, type()); }
+    ~Owned() { UA_clear(&value_, type()); }
+    Owned(Owned&& other) noexcept : value_(other.release()) {}
+    Owned& operator=(Owned&& other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+
+    static const UA_DataType* type() noexcept { return &UA_TYPES[TypeIndex]; }
+
+    T* operator->() noexcept { return &value_; }
+    const T* operator->() const noexcept { return &value_; }
+    T& operator*() noexcept { return value_; }
+    const T& operator*() const noexcept { return value_; }
+
+    /// Gives the contents away; the caller clears them.
+    T release() noexcept {
+        T released = value_;
+        UA_init(&value_, type());
+        return released;
+    }
+
+  private:
+    T value_;
+};
+
+using OwnedVariant = Owned<UA_Variant, UA_TYPES_VARIANT>;
+using OwnedDataValue = Owned<UA_DataValue, UA_TYPES_DATAVALUE>;
+using OwnedNodeId = Owned<UA_NodeId, UA_TYPES_NODEID>;
+
+/// The text as a stack string that borrows it: never clear it, nor keep it longer than the text.
+inline UA_String borrowed(std::string_view text) noexcept {
+    // The stack has no type for strings it only reads.
+    auto* bytes = reinterpret_cast<UA_Byte*>(const_cast<char*>(text.data()));
+    return {text.size(), bytes};
+}
+
+/// A scalar of type `UA_TYPES[typeIndex]`, deeply copied. Throws std::bad_alloc.
+template <typename T>
+OwnedVariant scalar(const T& value, std::size_t typeIndex) {
+    OwnedVariant variant;
+    if (UA_Variant_setScalarCopy(&*variant, &value, &UA_TYPES[typeIndex]) != UA_STATUSCODE_GOOD) {
+        throw std::bad_alloc();
+    }
+    return variant;
+}
+
+/// An array of `UA_TYPES[typeIndex]`, deeply copied; `dimensions` (outermost first) multiply to its
+/// length, or are left out for a flat array. Throws std::bad_alloc.
+template <typename T>
+OwnedVariant array(std::span<const T> values, std::size_t typeIndex,
+                   std::initializer_list<UA_UInt32> dimensions = {}) {
+    OwnedVariant variant;
+    UA_StatusCode status =
+        UA_Variant_setArrayCopy(&*variant, values.data(), values.size(), &UA_TYPES[typeIndex]);
+    if (status == UA_STATUSCODE_GOOD && dimensions.size() > 0) {
+        void* copy = nullptr;
+        status =
+            UA_Array_copy(dimensions.begin(), dimensions.size(), &copy, &UA_TYPES[UA_TYPES_UINT32]);
+        variant->arrayDimensions = static_cast<UA_UInt32*>(copy);
+        variant->arrayDimensionsSize = status == UA_STATUSCODE_GOOD ? dimensions.size() : 0;
+    }
+    if (status != UA_STATUSCODE_GOOD) throw std::bad_alloc();
+    return variant;
+}
+
+}  // namespace nimb::plant

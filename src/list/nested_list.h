@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "list/velto_list.h"
+
+namespace nimb {
+
+/// Writes a nested list in place at the end of its parent, instead of building it apart and copying
+/// it in: results are trees of lists, and each level would otherwise cost a buffer and a copy.
+///
+///     NestedList nested(list);
+///     list += status;            // lands inside
+///     nested.close();
+///
+/// Scopes may stand inside each other and end in reverse order, as scopes do. While one is open the
+/// parent is only appended to. A scope left without close() takes everything behind its beginning
+/// off the parent again, so that a failure half-way leaves no torn list.
+class NestedList {
+  public:
+    /// Opens an 8-bit item at the parent's end. Throws std::bad_alloc.
+    explicit NestedList(VeltoList& parent)
+        : parent_(parent),
+          start_(parent.length_),
+          cursorIndex_(parent.cursorIndex_),
+          cursorOffset_(parent.cursorOffset_),
+          itemCount_(parent.itemCount_),
+          countKnown_(parent.countKnown_) {
+        parent.appendItem(item_code::kBytes, 0);
+    }
+
+    NestedList(const NestedList&) = delete;
+    NestedList& operator=(const NestedList&) = delete;
+
+    ~NestedList() {
+        if (open_) {
+            restore(start_, 0);
+        }
+    }
+
+    /// Completes the item: the bytes are exactly those of appending a list built apart. Its items
+    /// were counted as the parent's own until now; from here they are one. Throws std::bad_alloc
+    /// when a wider header finds no room; the scope then stays open.
+    void close() {
+        const std::size_t content = parent_.length_ - start_ - ItemHeader::kShortBytes;
+        if (content < ItemHeader::kShortLimit) [[likely]] {
+            parent_.bytes()[start_] = static_cast<unsigned char>(content + 1);
+        } else {
+            widenHeader(content);
+        }
+        restore(parent_.length_, 1);
+        open_ = false;
+    }
+
+  private:
+    void widenHeader(std::size_t content);
+
+    /// Sets length, cursor and count as if `items` items had been appended since the beginning.
+    void restore(std::size_t length, std::size_t items) noexcept {
+        parent_.length_ = length;
+        parent_.cursorIndex_ = cursorIndex_ + items;
+        parent_.cursorOffset_ = cursorOffset_ + (length - start_);
+        parent_.itemCount_ = itemCount_ + items;
+        parent_.countKnown_ = countKnown_;
+    }
+
+    VeltoList& parent_;
+    const std::size_t start_;
+    const std::uint64_t cursorIndex_;
+    const std::uint64_t cursorOffset_;
+    const std::uint64_t itemCount_;
+    const std::uint32_t countKnown_;
+    bool open_ = true;
+};
+
+}  // namespace nimb

@@ -1,0 +1,190 @@
+#include <cstring>
+
+#include "convert/string_convert.h"
+#include "convert/ua_export.h"
+#include "convert/utf.h"
+#include "list/nested_list.h"
+#include "list/velto_list.h"
+
+namespace nimb {
+namespace {
+
+template <typename T>
+const T& as(const void* value) {
+    return *static_cast<const T*>(value);
+}
+
+void appendBytes(VeltoList& list, std::string_view bytes) {
+    unsigned char* payload = list.appendItem(item_code::kBytes, bytes.size());
+    if (!bytes.empty()) {
+        std::memcpy(payload, bytes.data(), bytes.size());
+    }
+}
+
+}  // namespace
+
+long UACExport::addToVeltoList(VeltoList* list, long typeIndex, const void* value,
+                               bool flat) const {
+    if (value == nullptr) {
+        appendBytes(*list, {});
+        return typeIndex;
+    }
+    switch (typeIndex) {
+        case UA_TYPES_BOOLEAN:
+            // As a byte: a bool in memory that came off the wire may hold more than 0 and 1.
+            *list += as<UA_Byte>(value) != 0 ? 1 : 0;
+            break;
+        case UA_TYPES_SBYTE:
+            *list += int{as<UA_SByte>(value)};
+            break;
+        case UA_TYPES_BYTE:
+            *list += int{as<UA_Byte>(value)};
+            break;
+        case UA_TYPES_INT16:
+            *list += int{as<UA_Int16>(value)};
+            break;
+        case UA_TYPES_UINT16:
+            *list += int{as<UA_UInt16>(value)};
+            break;
+        case UA_TYPES_INT32:
+            *list += as<UA_Int32>(value);
+            break;
+        case UA_TYPES_UINT32:
+        case UA_TYPES_STATUSCODE:
+            *list += static_cast<long long>(as<UA_UInt32>(value));
+            break;
+        case UA_TYPES_INT64:
+        case UA_TYPES_UINT64:
+            // Unsigned values from 2^63 on come out negative: hosts have no larger integers.
+            *list += static_cast<long long>(as<UA_Int64>(value));
+            break;
+        case UA_TYPES_FLOAT:
+            list->appendIEEE64(double{as<UA_Float>(value)});
+            break;
+        case UA_TYPES_DOUBLE:
+            list->appendIEEE64(as<UA_Double>(value));
+            break;
+        default:
+            return addStructured(list, typeIndex, value, flat);
+    }
+    return typeIndex;
+}
+
+long UACExport::addStructured(VeltoList* list, long typeIndex, const void* value, bool flat) const {
+    switch (typeIndex) {
+        case UA_TYPES_STRING:
+        case UA_TYPES_XMLELEMENT:
+            add(list, &as<UA_String>(value));
+            return typeIndex;
+        case UA_TYPES_DATETIME:
+            addDate(list, &as<UA_DateTime>(value));
+            return typeIndex;
+        case UA_TYPES_BYTESTRING:
+            UA2CL_ByteString(list, &as<UA_ByteString>(value));
+            return typeIndex;
+        case UA_TYPES_NODEID:
+            UA2CL_NodeId(list, &as<UA_NodeId>(value), nullptr, flat);
+            return typeIndex;
+        case UA_TYPES_EXPANDEDNODEID:
+            UA2CL_ExpandedNodeId(list, &as<UA_ExpandedNodeId>(value), flat);
+            return typeIndex;
+        case UA_TYPES_QUALIFIEDNAME:
+            addQualifiedName(list, as<UA_QualifiedName>(value), flat);
+            return flat ? -1 : typeIndex;
+        case UA_TYPES_LOCALIZEDTEXT:
+            addLocalizedText(list, as<UA_LocalizedText>(value), flat);
+            return flat ? -1 : typeIndex;
+        case UA_TYPES_DATAVALUE:
+            return UA2CL_DataValue(list, &as<UA_DataValue>(value));
+        case UA_TYPES_VARIANT:
+            return UA2CL_Variant(list, &as<UA_Variant>(value), true);
+        case UA_TYPES_GUID:
+            UA2CL_Guid(list, &as<UA_Guid>(value));
+        case UA_TYPES_EXTENSIONOBJECT:
+            throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_ExtensionObject");
+        case UA_TYPES_DIAGNOSTICINFO:
+            throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_DiagnosticInfo");
+        default:
+            throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UnknownDataType %d",
+                         static_cast<int>(typeIndex));
+    }
+}
+
+long UACExport::addToVeltoListB(VeltoList* list, long typeIndex, const void* value) const {
+    if (value == nullptr || typeIndex < UA_TYPES_DIAGNOSTICINFO) {
+        return addToVeltoList(list, typeIndex, value, false);
+    }
+    switch (typeIndex) {
+        case kReferenceDescriptionIndex:
+            UA2CL_ReferenceDescription(list, &as<UA_ReferenceDescription>(value));
+            return typeIndex;
+        case kBrowseResultIndex:
+            UA2CL_BrowseResult(list, &as<UA_BrowseResult>(value));
+            return typeIndex;
+        default:
+            throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "Unknown Type %d",
+                         static_cast<int>(typeIndex));
+    }
+}
+
+long UACExport::UA2CL(VeltoList* list, long typeIndex, const void* value) const {
+    if (list == nullptr) {
+        throw UACErr(UACERR_CLIENT, 5, "UA2CL null input list");
+    }
+    try {
+        return addToVeltoList(list, typeIndex, value, false);
+    } catch (const UACErr&) {
+        throw;
+    } catch (...) {
+        if (value == nullptr) {
+            throw UACErr(UACERR_CLIENT, 5, "UA2CL null input datum");
+        }
+        throw UACErr(UACERR_UNKNOWN, 10, "UA2CL");
+    }
+}
+
+void UACExport::add(VeltoList* list, const UA_String* text) const {
+    const std::string_view bytes = bytesOf(*text);
+    if (stringMode == STRING_BYTES) {
+        appendBytes(*list, bytes);
+        return;
+    }
+    if (stringMode != STRING_UTF16 && stringMode != STRING_UTF16_OR_EMPTY) {
+        return;
+    }
+    if (const auto units = utf16Length(bytes)) {
+        writeUtf16(bytes, list->appendItem(item_code::kUnicode, 2 * *units));
+    } else if (stringMode == STRING_UTF16_OR_EMPTY) {
+        appendBytes(*list, {});
+    } else {
+        throw invalidUtf8(bytes);
+    }
+}
+
+void UACExport::addDate(VeltoList* list, const UA_DateTime* time) const {
+    switch (dateMode) {
+        case DATE_HOROLOG:
+            addAsHorolog(list, time, false);
+            break;
+        case DATE_UA_INTEGER:
+            addAsUADateTime(list, time);
+            break;
+        case DATE_ODBC:
+            addAsODBCDate(list, time, false);
+            break;
+        case DATE_UNIX:
+            addAsUnixTime(list, time);
+        default:
+            break;
+    }
+}
+
+void UACExport::UA2CL_ByteString(VeltoList* list, const UA_String* bytes) {
+    appendBytes(*list, bytesOf(*bytes));
+}
+
+void UACExport::UA2CL_Guid(VeltoList* /*list*/, const UA_Guid* /*guid*/) {
+    throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_Guid");
+}
+
+}  // namespace nimb

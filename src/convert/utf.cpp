@@ -1,0 +1,173 @@
+#include "convert/utf.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace nimb {
+namespace {
+
+constexpr char32_t kFirstSupplementary = 0x10000;
+
+bool isSurrogate(char32_t c) { return c >= 0xD800 && c < 0xE000; }
+bool isHighSurrogate(char32_t c) { return c >= 0xD800 && c < 0xDC00; }
+bool isLowSurrogate(char32_t c) { return c >= 0xDC00 && c < 0xE000; }
+
+std::size_t utf8Size(char32_t c) {
+    return c < 0x80 ? 1 : c < 0x800 ? 2 : c < kFirstSupplementary ? 3 : 4;
+}
+
+/// A decoded character and the units it took; 0 units for an invalid sequence.
+struct Character {
+    char32_t codePoint = 0;
+    std::size_t units = 0;
+};
+
+/// Bytes that a UTF-8 lead byte announces; 0 for bytes that lead nothing.
+std::size_t announcedBytes(unsigned char lead) {
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead < 0xC0) {
+        return 0;
+    }
+    return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
+}
+
+/// The character at the front of non-empty UTF-8.
+Character decodeUtf8(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const std::size_t bytes = announcedBytes(lead);
+    if (bytes <= 1) {
+        return {lead, bytes};
+    }
+    if (text.size() < bytes) {
+        return {};
+    }
+    char32_t c = lead & (0x7FU >> bytes);
+    for (std::size_t i = 1; i < bytes; ++i) {
+        const auto next = static_cast<unsigned char>(text[i]);
+        if ((next & 0xC0U) != 0x80) {
+            return {};
+        }
+        c = c << 6 | (next & 0x3FU);
+    }
+    if (utf8Size(c) != bytes || isSurrogate(c) || c > 0x10FFFF) {
+        return {};
+    }
+    return {c, bytes};
+}
+
+/// The character at the front of non-empty UTF-16.
+Character decodeUtf16(std::u16string_view text) {
+    const char32_t c = text[0];
+    if (!isSurrogate(c)) {
+        return {c, 1};
+    }
+    if (!isHighSurrogate(c) || text.size() < 2 || !isLowSurrogate(text[1])) {
+        return {};
+    }
+    return {kFirstSupplementary + ((c - 0xD800) << 10) + (text[1] - char32_t{0xDC00}), 2};
+}
+
+unsigned char* putUnit(unsigned char* out, char32_t unit) {
+    const auto narrow = static_cast<std::uint16_t>(unit);
+    std::memcpy(out, &narrow, sizeof narrow);
+    return out + sizeof narrow;
+}
+
+char* putUtf8(char* out, char32_t c) {
+    constexpr unsigned char leads[] = {0, 0, 0xC0, 0xE0, 0xF0};
+    const std::size_t bytes = utf8Size(c);
+    for (std::size_t i = bytes - 1; i > 0; --i, c >>= 6) {
+        out[i] = static_cast<char>(0x80U | (c & 0x3FU));
+    }
+    out[0] = static_cast<char>(leads[bytes] | c);
+    return out + bytes;
+}
+
+/// Length of the ASCII text at the front, in whole groups of eight bytes.
+std::size_t asciiGroups(std::string_view text) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        std::uint64_t group;
+        std::memcpy(&group, text.data() + i, sizeof group);
+        if ((group & highBits) != 0) {
+            break;
+        }
+    }
+    return i;
+}
+
+/// Four bytes as four 16-bit units, the lowest first.
+std::uint64_t widenFour(const char* bytes) {
+    std::uint32_t four;
+    std::memcpy(&four, bytes, sizeof four);
+    const std::uint64_t pairs = (four | std::uint64_t{four} << 16) & 0x0000FFFF0000FFFF;
+    return (pairs | pairs << 8) & 0x00FF00FF00FF00FF;
+}
+
+}  // namespace
+
+std::optional<std::size_t> utf16Length(std::string_view utf8) {
+    std::size_t units = 0;
+    while (!utf8.empty()) {
+        const std::size_t ascii = asciiGroups(utf8);
+        units += ascii;
+        utf8.remove_prefix(ascii);
+        // Eight characters by hand before looking for ASCII groups again.
+        for (int i = 0; i < 8 && !utf8.empty(); ++i) {
+            const Character c = decodeUtf8(utf8);
+            if (c.units == 0) {
+                return std::nullopt;
+            }
+            units += c.codePoint < kFirstSupplementary ? 1 : 2;
+            utf8.remove_prefix(c.units);
+        }
+    }
+    return units;
+}
+
+void writeUtf16(std::string_view utf8, unsigned char* out) {
+    while (!utf8.empty()) {
+        const std::size_t ascii = asciiGroups(utf8);
+        for (std::size_t i = 0; i < ascii; i += 4, out += 8) {
+            const std::uint64_t wide = widenFour(utf8.data() + i);
+            std::memcpy(out, &wide, sizeof wide);
+        }
+        utf8.remove_prefix(ascii);
+        for (int i = 0; i < 8 && !utf8.empty(); ++i) {
+            const Character c = decodeUtf8(utf8);
+            if (c.codePoint < kFirstSupplementary) {
+                out = putUnit(out, c.codePoint);
+            } else {
+                out = putUnit(out, 0xD7C0 + (c.codePoint >> 10));
+                out = putUnit(out, 0xDC00 + (c.codePoint & 0x3FF));
+            }
+            utf8.remove_prefix(c.units);
+        }
+    }
+}
+
+std::optional<std::size_t> utf8Length(std::u16string_view utf16) {
+    std::size_t bytes = 0;
+    while (!utf16.empty()) {
+        const Character c = decodeUtf16(utf16);
+        if (c.units == 0) {
+            return std::nullopt;
+        }
+        bytes += utf8Size(c.codePoint);
+        utf16.remove_prefix(c.units);
+    }
+    return bytes;
+}
+
+void writeUtf8(std::u16string_view utf16, char* out) {
+    while (!utf16.empty()) {
+        const Character c = decodeUtf16(utf16);
+        out = putUtf8(out, c.codePoint);
+        utf16.remove_prefix(c.units);
+    }
+}
+
+}  // namespace nimb

@@ -1,0 +1,56 @@
+#include "nimbhost/script_runner.h"
+
+#include <chrono>
+#include <thread>
+
+#include "nimbhost/value_parser.h"
+
+namespace nimb::standin {
+
+const Statement* ScriptRunner::run(const std::vector<Statement>& statements) {
+    for (const Statement& statement : statements) {
+        if (statement.kind != Statement::Kind::repeat) {
+            if (!runOne(statement)) {
+                return &statement;
+            }
+            continue;
+        }
+        for (unsigned round = 0; round < statement.count; ++round) {
+            if (const Statement* failed = run(statement.body)) {
+                return failed;
+            }
+        }
+    }
+    return nullptr;
+}
+
+bool ScriptRunner::runOne(const Statement& statement) {
+    switch (statement.kind) {
+        case Statement::Kind::echo:
+            report_.heading(statement.name);
+            return true;
+        case Statement::Kind::wait:
+            std::this_thread::sleep_for(std::chrono::milliseconds(statement.count));
+            return true;
+        case Statement::Kind::set:
+            session_.variables().set(statement.name, values(statement));
+            return true;
+        default:
+            return call(statement.name, values(statement), statement.failureExpected);
+    }
+}
+
+bool ScriptRunner::call(std::string_view entry, const VeltoList& arguments, bool failureExpected) {
+    report_.call(entry, arguments);
+    const Outcome outcome = session_.call(entry, arguments);
+    report_.outcome(entry, outcome, failureExpected);
+    return outcome.failed == failureExpected;
+}
+
+VeltoList ScriptRunner::values(const Statement& statement) const try {
+    return parseValues(statement.text, statement.valuesAt, session_.variables());
+} catch (const SyntaxError& error) {
+    throw InputError(statement.place, statement.text, error.position(), error.what());
+}
+
+}  // namespace nimb::standin

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "nimbhost/report.h"
+#include "nimbhost/script.h"
+#include "nimbhost/session.h"
+
+namespace nimb::standin {
+
+/// Carries out the statements of a script and reports each call.
+class ScriptRunner {
+  public:
+    ScriptRunner(Session& session, Report& report) : session_(session), report_(report) {}
+
+    /// Stops at the first call that did not end as expected, because later lines build on it.
+    /// @return the statement with that call, or null when all went as expected
+    /// Throws InputError and CallError.
+    const Statement* run(const std::vector<Statement>& statements);
+
+    /// Makes one call. Returns whether it ended as expected.
+    bool call(std::string_view entry, const VeltoList& arguments, bool failureExpected);
+
+  private:
+    bool runOne(const Statement& statement);
+    VeltoList values(const Statement& statement) const;
+
+    Session& session_;
+    Report& report_;
+};
+
+}  // namespace nimb::standin

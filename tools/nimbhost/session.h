@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "list/velto_list.h"
+#include "nimbhost/callout_library.h"
+#include "nimbhost/variables.h"
+
+namespace nimb::standin {
+
+/// What a call gave.
+struct Outcome {
+    VeltoList result;        ///< with the status first if there is one
+    bool hasStatus = true;   ///< all entries but the two test entries answer a status
+    bool failed = false;     ///< status other than 0, or no result at all
+    bool untouched = false;  ///< nothing was written
+};
+
+/// Calls entries of any kind by name and keeps the variables that calls set.
+class Session {
+  public:
+    /// Declares the variables that calls set; `variables` has values for others, or for them too.
+    Session(CalloutLibrary& library, Variables variables);
+
+    /// Calls an entry; $result becomes its whole result, $handle and its like the first item of a
+    /// successful one. Throws CallError.
+    Outcome call(std::string_view entry, const VeltoList& arguments);
+
+    CalloutLibrary& library() noexcept { return library_; }
+    Variables& variables() noexcept { return variables_; }
+    std::vector<std::string_view> entryNames() const;
+
+  private:
+    Outcome callByList(std::string_view entry, const VeltoList& arguments);
+    void keep(std::string_view entry, const Outcome& outcome);
+
+    CalloutLibrary& library_;
+    Variables variables_;
+};
+
+}  // namespace nimb::standin

@@ -18,13 +18,30 @@ std::string dotted(int major, int minor, int revision) {
 }
 
 // Hosts read the numbers of a second component here, which this library does not have.
-void appendSecondVersion(VeltoList& results) {
-    results += 1;
-    results += dotted(0, 0, 0);
-    results += 0;
-    results += 0;
-    results += 0;
-    results += std::string("undefined");
+void appendSecondVersion(VeltoList& list) {
+    list += 1;
+    list += dotted(0, 0, 0);
+    list += 0;
+    list += 0;
+    list += 0;
+    list += std::string("undefined");
+}
+
+VeltoList makeVersionItems() {
+    const std::string version = dotted(UAC_version_major, UAC_version_minor, UAC_version_revision);
+    VeltoList list;
+    list += version;
+    list += version + ' ' + UAC_version_text;
+    list += UAC_version_major;
+    list += UAC_version_minor;
+    list += UAC_version_revision;
+    list += UAC_version_build;
+    list += std::string(UAC_version_text);
+    list += 0;
+    list += std::string(UAC_version_date);
+    list += std::string(UAC_version_time);
+    appendSecondVersion(list);
+    return list;
 }
 
 }  // namespace
@@ -40,19 +57,8 @@ void OpcuaStatic::returnUnsupported(HostBytes* out) {
 void OpcuaStatic::getVersion(HostBytes* out) {
     static constexpr HostBytes kNoInput{};
     callFrame(out, &kNoInput, "", [](const Arguments&, VeltoList& results) -> UACErr {
-        const std::string version =
-            dotted(UAC_version_major, UAC_version_minor, UAC_version_revision);
-        results += version;
-        results += version + ' ' + UAC_version_text;
-        results += UAC_version_major;
-        results += UAC_version_minor;
-        results += UAC_version_revision;
-        results += UAC_version_build;
-        results += std::string(UAC_version_text);
-        results += 0;
-        results += std::string(UAC_version_date);
-        results += std::string(UAC_version_time);
-        appendSecondVersion(results);
+        static const VeltoList versionItems = makeVersionItems();
+        results.appendList(versionItems);
         return {};
     });
 }

@@ -1,4 +1,4 @@
-#include <string>
+#include <cstring>
 
 #include "callout/call_frame.h"
 #include "callout/opcua_static.h"
@@ -9,10 +9,14 @@ namespace nimb {
 
 namespace {
 
+void appendName(VeltoList& results, const char* name) {
+    results.appendAChars(name, std::strlen(name));
+}
+
 // Four of the five look-ups answer nothing but the name of a number.
 void answerName(HostBytes* out, const HostBytes* in, const char* tag, const char* (*nameOf)(long)) {
     callFrame(out, in, tag, [nameOf](const Arguments& arguments, VeltoList& results) -> UACErr {
-        results += std::string(nameOf(arguments[0].AsLong()));
+        appendName(results, nameOf(arguments[0].AsLong()));
         return {};
     });
 }
@@ -22,7 +26,7 @@ void answerName(HostBytes* out, const HostBytes* in, const char* tag, const char
 void OpcuaStatic::getStatusCodeNameB(HostBytes* out, const HostBytes* in) {
     callFrame(out, in, "[B1]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long long code = arguments[0].AsLongLong();
-        results += std::string(OpcuaClient::getStatusCodeName(static_cast<unsigned int>(code)));
+        appendName(results, OpcuaClient::getStatusCodeName(static_cast<unsigned int>(code)));
         results += code;
         return {};
     });

@@ -20,10 +20,10 @@ void writeOutput(std::string_view head, const VeltoROList& list, HostBytes* out)
     if (length > HostBytes::capacity) {
         return;
     }
-    const std::size_t headBytes = std::min(head.size(), length);
-    std::memcpy(out->data, head.data(), headBytes);
-    if (length > headBytes) {
-        std::memcpy(out->data + headBytes, list.data(), length - headBytes);
+    const std::string_view written = head.substr(0, length);
+    unsigned char* end = std::copy(written.begin(), written.end(), out->data);
+    if (length > written.size()) {
+        std::memcpy(end, list.data(), length - written.size());
     }
     out->length = static_cast<std::uint16_t>(length);
 }

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -113,6 +114,8 @@ void VeltoList::appendList(const VeltoROList& other) {
         // Both lists were built by appending, so the end of both is known.
         cursorIndex_ += other.cursorIndex_;
         cursorOffset_ += added;
+    } else {
+        forgetCursor();
     }
     if (countKnown_ != 0 && other.countKnown_ != 0) {
         itemCount_ += other.itemCount_;
@@ -193,9 +196,10 @@ void VeltoList::takeCursor(const VeltoROList& other) noexcept {
     countKnown_ = other.countKnown_;
 }
 
+// An offset behind any list: it stays so when items are added, and the next access starts at item 0.
 void VeltoList::forgetCursor() noexcept {
     cursorIndex_ = 0;
-    cursorOffset_ = 0;
+    cursorOffset_ = std::numeric_limits<std::uint64_t>::max() / 2;
     itemCount_ = 0;
     countKnown_ = 0;
 }

@@ -1,8 +1,24 @@
+#include <cstdint>
+#include <limits>
+
 #include "callout/opcua_static.h"
 #include "client/host_string.h"
 #include "client/node_id_array.h"
 
 namespace nimb {
+
+namespace {
+
+// Numeric identifiers have 32 bits without a sign, and hosts count on the bits beyond them being
+// dropped, but AsLong stops at the ends of the signed range: from there on the number in full
+// tells.
+long numericIdentifier(const VeltoListItem& item) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    const long value = item.AsLong();
+    return value == Limits::min() || value == Limits::max() ? item.AsLongLong() : value;
+}
+
+}  // namespace
 
 bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::size_t typeItem,
                             const VeltoROList* nsList, std::size_t nsItem,
@@ -12,7 +28,7 @@ bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::si
         const long namespaceIndex = nsList->at(nsItem).AsLong();
         switch (type) {
             case UA_NODEIDTYPE_NUMERIC:
-                setNumericNodeId(*out, namespaceIndex, idList->at(idItem).AsLong());
+                setNumericNodeId(*out, namespaceIndex, numericIdentifier(idList->at(idItem)));
                 return true;
             case UA_NODEIDTYPE_STRING:
                 setStringNodeId(*out, namespaceIndex, hostString(idList->at(idItem)));

@@ -1,5 +1,6 @@
 #include <open62541/client_highlevel.h>
 
+#include <limits>
 #include <utility>
 
 #include "client/opcua_client.h"
@@ -109,6 +110,8 @@ UACErr OpcuaClient::writeValueAttributeDouble(double value, const UA_NodeId& id,
         return error;
     }
     if (type == kFloatType) {
+        // Values beyond the range of Float become infinities.
+        static_assert(std::numeric_limits<float>::is_iec559);
         auto narrowed = static_cast<float>(value);
         return taggedStatus(writeValue(id, &narrowed, UA_TYPES_FLOAT), "[C6.a]");
     }

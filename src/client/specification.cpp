@@ -140,11 +140,17 @@ UACErr Specification::setProperty(std::size_t n, const VeltoListItem& property) 
 UACErr Specification::set(const VeltoROList& container) {
     nodeIds_ = NodeIdArray();
     attributeIds_.clear();
-    VeltoROList outer(container);
-    auto properties = readable([&] { return asList(outer.at(kPropertyListItem)); });
+    try {
+        return parse(container);
+    } catch (...) {
+        return malformed("Specification parse error");
+    }
+}
+
+UACErr Specification::parse(const VeltoROList& container) {
+    auto properties = readable([&] { return asList(container.at(kPropertyListItem)); });
     if (!properties || !*properties) {
-        return malformed(
-            "Malformed specification. Unable to access Specification as an NIMB list");
+        return malformed("Malformed specification. Unable to access Specification as an NIMB list");
     }
     const std::size_t items = (*properties)->size();
     const std::size_t count = items == 0 ? 0 : items - 1;

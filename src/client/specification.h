@@ -28,6 +28,7 @@ class Specification {
     [[nodiscard]] const UA_UInt32* attributeIds() const { return attributeIds_.data(); }
 
   private:
+    UACErr parse(const VeltoROList& container);
     UACErr allocate(std::size_t count);
     UACErr setProperty(std::size_t n, const VeltoListItem& property);
 

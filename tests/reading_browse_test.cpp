@@ -1,0 +1,122 @@
+// Browsing through the callout table, against a real server.
+
+#include "reading_plant.h"
+
+namespace nimb::test {
+namespace {
+
+class BrowseTest : public PlantTest {
+  protected:
+    /// Browses nodes of the plant's namespace by their numbers.
+    static Result browse(const VeltoList& identifiers, long client = client_) {
+        const std::size_t count = identifiers.size();
+        return host_->call("zfBrowse", client, repeated(count, 0), repeated(count, 2), identifiers);
+    }
+};
+
+// Tank 1 with its type and its three values; @ stands where texts are marked by the string mode.
+const std::string tank1References =
+    R"([[0, 40, 0, 6], 1, [0, 58, 0, 6, @"", 0], [@"BaseObjectType", 0], )"
+    R"([@"BaseObjectType", @""], "", [0, 0, 0, 6, @"", 0]], )"
+    R"([[0, 47, 0, 6], 1, [2, @"Tank1.Level", 3, 11, @"", 0], [@"Level", 2], )"
+    R"([@"Level", @""], "", [0, 63, 0, 6, @"", 0]], )"
+    R"([[0, 47, 0, 6], 1, [2, @"Tank1.Temperature", 3, 11, @"", 0], [@"Temperature", 2], )"
+    R"([@"Temperature", @""], "", [0, 63, 0, 6, @"", 0]], )"
+    R"([[0, 47, 0, 6], 1, [2, @"Tank1.SetPoint", 3, 11, @"", 0], [@"SetPoint", 2], )"
+    R"([@"SetPoint", @""], "", [0, 63, 0, 6, @"", 0]])";
+
+TEST_F(BrowseTest, DescribesEveryForwardReference) {
+    for (const int mode : {0, 1}) {
+        setStringMode(mode);
+        std::string expected = tank1References;
+        for (std::size_t at; (at = expected.find('@')) != std::string::npos;) {
+            expected.replace(at, 1, mode == 0 ? "" : "u");
+        }
+        EXPECT_EQ(browse(listOf(1001)).text(), "0, 0, [\"\"], [[0, \"\", 4, [" + expected + "]]]");
+    }
+}
+
+TEST_F(BrowseTest, AnswersNodesOfAllKindsInTheirOrder) {
+    const Result result = host_->call("zfBrowse", client_, listOf(0, 0, 3, 0), listOf(2, 2, 2, 0),
+                                      listOf(1001, 1003, "Tank1.Level", 58));
+    ASSERT_TRUE(result.ok()) << result.text();
+    EXPECT_EQ(textOf(result.sublist(2)), "\"\", \"\", \"\", \"\"");
+    std::vector<long> references;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const VeltoROList node = result.sublist(3).at(i).AsVeltoROList();
+        references.push_back(node.at(2).AsLong());
+        EXPECT_EQ(static_cast<long>(node.at(3).AsVeltoROList().size()), references.back());
+    }
+    references.pop_back();  // how many subtypes the base type has is the server's business
+    EXPECT_EQ(references, (std::vector<long>{4, 5, 1}));
+}
+
+TEST_F(BrowseTest, NamesTheFirstRefusedNode) {
+    const auto refused = [](const std::string& text) {
+        return statusError(0x80340000,
+                           "0x80340000  [BadNodeIdUnknown] The node id refers to a node that does "
+                           "not exist in the server address space.",
+                           "Error encountered regarding node " + text);
+    };
+    EXPECT_EQ(browse(listOf(1001, 99, 1002)).text(), refused("#2 of 3"));
+    EXPECT_EQ(browse(listOf(98, 1001, 99)).text(), refused("#1 of 3"));
+    EXPECT_EQ(browse(listOf(1001, 1002, 99)).text(), refused("#3 of 3"));
+}
+
+TEST_F(BrowseTest, TakesAFailedServiceForOneWithoutResults) {
+    const std::string nothing = "0, 0, \"\", \"\"";
+    EXPECT_EQ(browse(VeltoList()).text(), nothing);  // servers answer BadNothingToDo
+    const auto sessions = server_->sessionCount();
+    const long closed = host_->connectedClient(server_->url());
+    host_->call("zfDisconnectB", closed);
+    EXPECT_EQ(browse(listOf(1001), closed).text(), nothing);
+    EXPECT_EQ(server_->sessionCount(), sessions) << "no session was opened";
+}
+
+TEST_F(BrowseTest, ChecksArgumentsBeforeTheHandleAndTheHandleBeforeTheClient) {
+    const auto browse = [](auto... arguments) {
+        return host_->call("zfBrowse", arguments...).text();
+    };
+    const VeltoList two = listOf(0, 0);
+    const VeltoList three = listOf(0, 0, 0);
+    EXPECT_EQ(browse(noClient, two, two, three), inconsistentLists);
+    EXPECT_EQ(browse(noClient, two, three, two), inconsistentLists);
+    EXPECT_EQ(browse(noClient, three, two, two), inconsistentLists);
+    EXPECT_EQ(browse(noClient, listOf(0, 4), two, two), applicationError(4, "idx = 1"));
+    EXPECT_EQ(browse(noClient, two, two, two), badHandle);
+    EXPECT_EQ(browse(bareClient(), listOf(5, 0), two, two), applicationError(4, "idx = 0"));
+    EXPECT_EQ(browse(bareClient(), two, two, two), uninitialized);
+    EXPECT_EQ(browse(noClient, two, two), unknownError("[B24]"));
+    EXPECT_EQ(browse(noClient, "\xFF", "\xFF", "\xFF"), unknownError("[B24]"))
+        << "no lists, as their items do not fit";
+    const long client = host_->connectedClient(server_->url());
+    requireReset(client);
+    EXPECT_EQ(browse(client, two, two, two), resetRequired);
+}
+
+TEST_F(BrowseTest, LeavesTheOutputUntouchedByTooManyReferences) {
+    EXPECT_EQ(browse(listOf(6)).text(), "output untouched");
+}
+
+TEST(BrowsePages, ContinuationPointsStandBesideTheResults) {
+    plant::PlantOptions options;
+    options.maxReferencesPerNode = 3;
+    TestServer server(options);
+    Host host;
+    const long client = host.connectedClient(server.url());
+    const Result result = host.call("zfBrowse", client, listOf(0, 3, 0), listOf(2, 2, 2),
+                                    listOf(1001, "Tank1.Level", 1003));
+    ASSERT_TRUE(result.ok()) << result.text();
+    const VeltoROList points = result.sublist(2);
+    EXPECT_GT(points.at(0).AsAString().size(), 0U);
+    EXPECT_EQ(points.at(1).AsAString(), "");
+    EXPECT_GT(points.at(2).AsAString().size(), 0U);
+    EXPECT_NE(points.at(0).AsAString(), points.at(2).AsAString());
+    const VeltoROList first = result.sublist(3).at(0).AsVeltoROList();
+    EXPECT_EQ(textOf({first.data(), 4}), "0, \"\"");
+    EXPECT_EQ(first.at(2).AsLong(), 3);
+    host.call("zfDestroyClientB", client);
+}
+
+}  // namespace
+}  // namespace nimb::test

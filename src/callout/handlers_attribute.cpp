@@ -2,21 +2,12 @@
 #include "callout/opcua_static.h"
 #include "client/host_string.h"
 #include "client/opcua_client.h"
+#include "convert/result_exporter.h"
 #include "convert/string_mode.h"
-#include "convert/ua_export.h"
 
 namespace nimb {
 
 namespace {
-
-UACExport attributeExporter() {
-    UACExport exporter;
-    exporter.variantMode = VARIANT_SCALAR;
-    exporter.dataValueMode = DATA_VALUE_WITH_TIMES;
-    exporter.dateMode = DATE_ODBC;
-    exporter.stringMode = exportStringMode();
-    return exporter;
-}
 
 UACErr writeText(OpcuaClient& client, const VeltoListItem& item, const UA_NodeId& id) {
     if (UAC_unicode_usage != 0 && UAC_unicode_usage != 1) {
@@ -61,7 +52,8 @@ void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
         OwnedDataValue value;
         UACErr error = client.readValueAttribute(value.get(), *id);
         if (!error.isError()) {
-            attributeExporter().addToVeltoList(&results, UA_TYPES_DATAVALUE, value.get(), false);
+            resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES)
+                .addToVeltoList(&results, UA_TYPES_DATAVALUE, value.get(), false);
         }
         return error;
     });

@@ -3,8 +3,7 @@
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
-#include "convert/string_mode.h"
-#include "convert/ua_export.h"
+#include "convert/result_exporter.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
 
@@ -14,15 +13,6 @@ namespace {
 
 // Reference type, direction, node class, browse name, display name and type definition.
 constexpr UA_UInt32 kAllReferenceFields = 0x3F;
-
-UACExport browseExporter() {
-    UACExport exporter;
-    exporter.variantMode = VARIANT_NESTED;
-    exporter.dataValueMode = DATA_VALUE_WITH_TIMES;
-    exporter.dateMode = DATE_ODBC;
-    exporter.stringMode = exportStringMode();
-    return exporter;
-}
 
 // Forward references of all types to nodes of all classes; the server chooses the page size.
 void describe(const NodeIdArray& ids, UA_BrowseRequest& request) {
@@ -67,7 +57,7 @@ UACErr conversionFailed(UA_StatusCode firstBad) {
 }
 
 UACErr appendResults(VeltoList* out, const UA_BrowseResponse& response) {
-    const UACExport exporter = browseExporter();
+    const UACExport exporter = resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES);
     const std::optional<std::size_t> bad = firstBadNode(response);
     const UA_StatusCode badStatus = bad ? response.results[*bad].statusCode : UA_STATUSCODE_GOOD;
     std::size_t i = 0;

@@ -1,8 +1,7 @@
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
 #include "client/specification.h"
-#include "convert/string_mode.h"
-#include "convert/ua_export.h"
+#include "convert/result_exporter.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
 
@@ -19,15 +18,6 @@ namespace {
 constexpr BulkReadTexts kPollTexts = {UACERR_CLIENT, ""};
 constexpr BulkReadTexts kPollBTexts = {UACERR_APPLICATION, ""};
 constexpr BulkReadTexts kPollCTexts = {UACERR_CLIENT, " [rbp-c]"};
-
-UACExport pollExporter(VariantMode variantMode, DataValueMode dataValueMode) {
-    UACExport exporter;
-    exporter.variantMode = variantMode;
-    exporter.dataValueMode = dataValueMode;
-    exporter.dateMode = DATE_ODBC;
-    exporter.stringMode = exportStringMode();
-    return exporter;
-}
 
 UACErr conversionFailed(const char* tag, std::size_t index) {
     return {UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
@@ -102,7 +92,7 @@ UACErr OpcuaClient::readBulkPoll(VeltoList* out, long queryHandle) {
     if (UACErr error = sendBulkRead(queryHandle, kPollTexts, response); error.isError()) {
         return error;
     }
-    const UACExport exporter = pollExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES_FLAT);
+    const UACExport exporter = resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES_FLAT);
     std::size_t i = 0;
     try {
         for (; i < response->resultsSize; ++i) {
@@ -119,7 +109,7 @@ UACErr OpcuaClient::readBulkPollB(VeltoList* out, long queryHandle) {
     if (UACErr error = sendBulkRead(queryHandle, kPollBTexts, response); error.isError()) {
         return error;
     }
-    const UACExport exporter = pollExporter(VARIANT_SCALAR, DATA_VALUE_ONLY);
+    const UACExport exporter = resultExporter(VARIANT_SCALAR, DATA_VALUE_ONLY);
     std::size_t i = 0;
     bool inValue = false;
     try {
@@ -137,7 +127,7 @@ UACErr OpcuaClient::readBulkPollC(VeltoList* out, long queryHandle, bool valueRe
     if (UACErr error = sendBulkRead(queryHandle, kPollCTexts, response); error.isError()) {
         return error;
     }
-    const UACExport exporter = pollExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES);
+    const UACExport exporter = resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES);
     std::size_t i = 0;
     try {
         for (; i < response->resultsSize; ++i) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
@@ -61,9 +62,9 @@ CreateItemsResponse createItems(OpcuaClient* client, std::uint32_t subscriptionI
     call.timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;
     call.itemsToCreate = items.data();
     call.itemsToCreateSize = items.size();
-    return CreateItemsResponse(UA_Client_MonitoredItems_createDataChanges(
-        client->stackClient(), call, contexts.data(), changeCallbacks.data(),
-        deleteCallbacks.data()));
+    return CreateItemsResponse(
+        UA_Client_MonitoredItems_createDataChanges(client->stackClient(), call, contexts.data(),
+                                                   changeCallbacks.data(), deleteCallbacks.data()));
 }
 
 }  // namespace
@@ -73,6 +74,9 @@ UACErr Subscription::addMonitoredItemsOnServer(const NodeIdArray& ids,
     // Hosts hold one call to what a signed 16-bit count can say.
     if (ids.size() > static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max())) {
         return {UACERR_CLIENT, 9, "Memory allocation error"};
+    }
+    if (!itemsByIndex_.empty()) {
+        return {UACERR_CLIENT, 9, "Index %d already in use", 1};
     }
     if (client_->stackClient() == nullptr) {
         return {UACERR_CLIENT, 10, "Null client"};
@@ -94,8 +98,7 @@ UACErr Subscription::addMonitoredItemsOnServer(const NodeIdArray& ids,
     return error;
 }
 
-UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response,
-                               std::size_t count) {
+UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, std::size_t count) {
     const std::size_t results = response.resultsSize;
     if (results == 0) {
         return unexpectedLength(results, count);
@@ -120,9 +123,11 @@ UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response,
     if (firstBad == nullptr) {
         return {};
     }
-    return {UACERR_OPCUA, static_cast<long>(firstBad->statusCode),
+    return {UACERR_OPCUA,
+            static_cast<long>(firstBad->statusCode),
             "Error in requesting monitoring (idx=%d) : %d total errors in %d requests",
-            static_cast<int>(firstBad - response.results), static_cast<int>(failures),
+            static_cast<int>(firstBad - response.results),
+            static_cast<int>(failures),
             static_cast<int>(count)};
 }
 
@@ -138,12 +143,20 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
                      "Probable error in DataSource class/specification "
                      "[s.amios:%d,%d,%d,%d,%d,%d,%d]",
                      static_cast<int>(monitoredItemId), index, static_cast<int>(position),
-                     static_cast<int>(results), static_cast<int>(count),
-                     static_cast<int>(sameId), static_cast<int>(sameIndex));
+                     static_cast<int>(results), static_cast<int>(count), static_cast<int>(sameId),
+                     static_cast<int>(sameIndex));
     }
-    auto item = std::make_unique<MonitoredItem>(monitoredItemId, index, UAC_TestDataValueProcessor);
-    itemsByIndex_[index] = item.get();
-    return *(itemsById_[monitoredItemId] = std::move(item));
+    try {
+        auto& item = itemsById_[monitoredItemId];
+        item = std::make_unique<MonitoredItem>(monitoredItemId, index, UAC_TestDataValueProcessor);
+        itemsByIndex_[index] = item.get();
+        return *item;
+    } catch (const std::bad_alloc&) {
+        itemsById_.erase(monitoredItemId);
+        throw UACErr(UACERR_CLIENT, 10,
+                     "Unexpected bad item index record consistency error (%d,%d)",
+                     static_cast<int>(monitoredItemId), index);
+    }
 }
 
 void Subscription::processWaiting() {

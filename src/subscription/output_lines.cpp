@@ -21,8 +21,8 @@ int Subscription::getNewOutputLines(VeltoList* out, int maxLines, int maxPerLine
 }
 
 int Subscription::getNextOutputLine(VeltoList* out, int maxPerLine) {
-    std::size_t left = std::min(static_cast<std::size_t>(std::max(maxPerLine, 0)),
-                                notificationQueue_.size());
+    std::size_t left =
+        std::min(static_cast<std::size_t>(std::max(maxPerLine, 0)), notificationQueue_.size());
     if (left == 0 || !notificationQueue_.front().processed()) {
         return 0;
     }

@@ -10,8 +10,7 @@ namespace nimb {
 /// within any service call, from the deletion of a subscription and from a disconnect. None sends
 /// anything, deletes anything, or lets an exception into the stack.
 /// @{
-void UAC_StatusChangeNotificationCallback(UA_Client* stack, UA_UInt32 subscriptionId,
-                                          void* context,
+void UAC_StatusChangeNotificationCallback(UA_Client* stack, UA_UInt32 subscriptionId, void* context,
                                           UA_StatusChangeNotification* notification) noexcept;
 void UAC_DeleteSubscriptionCallback(UA_Client* stack, UA_UInt32 subscriptionId,
                                     void* context) noexcept;

@@ -3,7 +3,7 @@
 #include <open62541/client_subscriptions.h>
 
 #include "client/opcua_client.h"
-#include "convert/string_mode.h"
+#include "convert/result_exporter.h"
 #include "errors/log_file.h"
 #include "subscription/stack_callbacks.h"
 
@@ -11,10 +11,8 @@ namespace nimb {
 
 namespace {
 
-using CreateResponse =
-    Owned<UA_CreateSubscriptionResponse, UA_TYPES_CREATESUBSCRIPTIONRESPONSE>;
-using DeleteResponse =
-    Owned<UA_DeleteSubscriptionsResponse, UA_TYPES_DELETESUBSCRIPTIONSRESPONSE>;
+using CreateResponse = Owned<UA_CreateSubscriptionResponse, UA_TYPES_CREATESUBSCRIPTIONRESPONSE>;
+using DeleteResponse = Owned<UA_DeleteSubscriptionsResponse, UA_TYPES_DELETESUBSCRIPTIONSRESPONSE>;
 
 UA_CreateSubscriptionRequest stackRequest(const SubscriptionRequest& request) {
     UA_CreateSubscriptionRequest result = UA_CreateSubscriptionRequest_default();
@@ -36,12 +34,10 @@ UA_StatusCode firstResult(const UA_DeleteSubscriptionsResponse& response) {
 }  // namespace
 
 Subscription::Subscription(OpcuaClient* client, int maxQueueSize)
-    : client_(client), maxQueueSize_(maxQueueSize), lastChange_(std::chrono::steady_clock::now()) {
-    exportOptions_.variantMode = VARIANT_NESTED;
-    exportOptions_.dataValueMode = DATA_VALUE_WITH_TIMES;
-    exportOptions_.dateMode = DATE_ODBC;
-    exportOptions_.stringMode = exportStringMode();
-}
+    : client_(client),
+      maxQueueSize_(maxQueueSize),
+      exportOptions_(resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES)),
+      lastChange_(std::chrono::steady_clock::now()) {}
 
 Subscription::~Subscription() {
     const UAC_SUBSCRIPTION_STATUS status = status_;
@@ -157,11 +153,13 @@ bool Subscription::serverDeleted() {
 void Subscription::logSilence() const {
     using std::chrono::duration_cast;
     using std::chrono::milliseconds;
+    const double silence = keepAliveTime_ + UA_Client_getConfig(client_->stackClient())->timeout;
     const auto sinceChange = std::chrono::steady_clock::now() - lastChange_;
-    UAC_WriteLogFile("Subscription %u is silent: nothing from the server, not even a keep-alive, "
-                     "for more than %.0f ms; last change %ld ms ago",
-                     subscriptionId_, keepAliveTime_,
-                     static_cast<long>(duration_cast<milliseconds>(sinceChange).count()));
+    UAC_WriteLogFile(
+        "Subscription %u is silent: nothing from the server, not even a keep-alive, "
+        "for more than %.0f ms; last change %ld ms ago",
+        subscriptionId_, silence,
+        static_cast<long>(duration_cast<milliseconds>(sinceChange).count()));
 }
 
 std::string Subscription::getStatusString(UAC_SUBSCRIPTION_STATUS status) {

@@ -69,7 +69,8 @@ class Subscription {
     void serverStatusChanged(UA_StatusCode status);
     /// @return true when the status changed
     bool serverDeleted();
-    /// Writes to the log for how long nothing has come.
+    /// Writes to the log for how long nothing has come: at least the keep-alive time and the
+    /// request timeout, which the stack waits for before it reports.
     void logSilence() const;
 
     /// Keeps the destructor from asking the server to delete what ends with the session.

@@ -1,0 +1,196 @@
+// Servers that die, freeze, come back or forget while a host follows their values.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "following.h"
+#include "support/server_process.h"
+#include "support/temp_dir.h"
+#include "support/test_server.h"
+
+namespace nimb::test {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr int requestTimeout = 500;  // milliseconds
+constexpr int pollTimeout = 50;      // milliseconds
+constexpr milliseconds margin{400};  // what a busy machine may add to a timeout
+constexpr plant::NodeAddress speed = plant::pump1Speed;
+
+template <typename Call>
+milliseconds timeOf(Call call) {
+    const auto begin = Clock::now();
+    call();
+    return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
+}
+
+const std::string noLines = "0, 0, \"\", [0, 0, 0, 0, 0, 0, 0]";
+const std::string serverDeleted =
+    failure(6, 9, "Unknown Error : Non-active subscription status (SERVER DELETED)");
+const std::string resetRequired =
+    failure(2, 9, "Application Error [9] : Other error : Client reset required");
+
+class SubscriptionLoss : public testing::Test {
+  protected:
+    SubscriptionLoss() {
+        home = std::filesystem::current_path();
+        std::filesystem::current_path(directory.path());
+    }
+    ~SubscriptionLoss() override { std::filesystem::current_path(home); }
+
+    /// A subscription to the pump's speed whose first value has been seen.
+    long followSpeed(Follower& follower) {
+        Parameters p;
+        p.publishingInterval = 20;
+        p.keepAliveCount = 5;
+        const long id = follower.follow({speed}, p);
+        EXPECT_TRUE(follower.await(id, 1));
+        EXPECT_EQ(follower.lines(id), "[1450]");
+        return id;
+    }
+    static bool connected(Follower& follower) {
+        return follower.host.call("zfGetClientStateD", follower.client)[2].AsLong() == 1;
+    }
+    /// Polls until `done` holds of a poll's result; every poll keeps its time.
+    template <typename Done>
+    static bool pollUntil(Follower& follower, long id, Done done) {
+        return waitUntil([&] {
+            std::string text;
+            EXPECT_LT(timeOf([&] { text = follower.poll(id, pollTimeout).text(); }),
+                      milliseconds(pollTimeout) + margin);
+            return done(text);
+        });
+    }
+    static void writeSpeed(Follower& follower, int value) {
+        EXPECT_TRUE(
+            follower.host
+                .call("zfWriteAttribute", follower.client, value, UA_TYPES_INT32, 1012, 2, 0, 13)
+                .ok());
+    }
+    std::string log() { return readFile("uaclogfile_watch.txt"); }
+    bool logged(const std::string& text) {
+        return std::filesystem::exists("uaclogfile_watch.txt") &&
+               log().find(text) != std::string::npos;
+    }
+
+    TempDir directory;
+    std::filesystem::path home;
+};
+
+TEST_F(SubscriptionLoss, AKilledServerShowsInTheStateAndItsLossInTheNextServiceCall) {
+    ServerProcess server;
+    Follower follower(server.url(), requestTimeout);
+    const long id = followSpeed(follower);
+    server.kill();
+    EXPECT_TRUE(pollUntil(follower, id, [&](const std::string& text) {
+        EXPECT_EQ(text, noLines);
+        return !connected(follower);
+    }));
+    server.start();
+    EXPECT_EQ(follower.poll(id, pollTimeout).text(), noLines) << "polls alone do not connect again";
+    // The first call may still meet the dead channel.
+    ASSERT_TRUE(waitUntil([&] {
+        follower.host.call("zfReadAttribute", follower.client, "Tank1.Level", 2, 3, 13);
+        return connected(follower);
+    }));
+    EXPECT_EQ(follower.poll(id).text(), resetRequired);
+}
+
+TEST_F(SubscriptionLoss, ARestartBetweenTwoPollsIsToldByTheNextOnes) {
+    ServerProcess server;
+    Follower follower(server.url(), requestTimeout);
+    const long id = followSpeed(follower);
+    server.kill();
+    server.start();
+    EXPECT_TRUE(pollUntil(follower, id, [](const std::string& text) { return text != noLines; }));
+    EXPECT_EQ(follower.poll(id).text(), resetRequired);
+    EXPECT_EQ(follower.host.call("zfGetClientStateD", follower.client)[5].AsLong(), 1);
+}
+
+TEST_F(SubscriptionLoss, ASessionThatTheServerClosesEndsTheSubscription) {
+    TestServer server;
+    Follower follower(server.url(), requestTimeout);
+    const long id = followSpeed(follower);
+    server.closeSessions();
+    EXPECT_TRUE(pollUntil(follower, id, [](const std::string& text) {
+        EXPECT_TRUE(text == noLines || text == serverDeleted) << text;
+        return text == serverDeleted;
+    }));
+    EXPECT_EQ(follower.poll(id).text(), resetRequired);
+}
+
+TEST_F(SubscriptionLoss, AFrozenServerIsToldInTheLogAndGoesOnAfterwards) {
+    ServerProcess server;
+    Follower follower(server.url(), requestTimeout);
+    const long id = followSpeed(follower);
+    follower.host.call("zfSetLogFile", "watch");
+    server.freeze();
+    const std::string line = "Subscription " + std::to_string(id) +
+                             " is silent: nothing from the server, not even a keep-alive, for more "
+                             "than 600 ms; last change ";
+    EXPECT_TRUE(pollUntil(follower, id, [&](const std::string& text) {
+        EXPECT_EQ(text, noLines);
+        return logged(line);
+    }));
+    follower.host.call("zfSetLogFile", "");
+    EXPECT_GE(std::stol(log().substr(log().find("last change ") + 12)), 600);
+    EXPECT_TRUE(connected(follower)) << "the state query cannot tell";
+    server.thaw();
+    writeSpeed(follower, 9);
+    EXPECT_TRUE(pollUntil(follower, id, [](const std::string& text) {
+        return text.find(", 0, 9]") != std::string::npos;
+    }));
+}
+
+TEST_F(SubscriptionLoss, DeletingOnAFrozenServerTakesAtMostTwoTimeouts) {
+    ServerProcess server;
+    Follower follower(server.url(), requestTimeout);
+    const long id = followSpeed(follower);
+    server.freeze();
+    Result deleted;
+    EXPECT_LT(
+        timeOf([&] { deleted = follower.host.call("zfDeleteSubscription", follower.client, id); }),
+        milliseconds(2 * requestTimeout) + margin);
+    EXPECT_NE(deleted.text().find("[BadTimeout]"), std::string::npos) << deleted.text();
+    EXPECT_EQ(
+        follower.poll(id).text(),
+        failure(2, 9, "Application Error [9] : Other error : Subscription not found (handle=1)"));
+    server.thaw();
+    ASSERT_TRUE(waitUntil([&] { return follower.follow({speed}) != 0; }));
+}
+
+/// Monitored items that a server in this process has now.
+int monitoredItems = 0;
+
+TEST_F(SubscriptionLoss, ASubscriptionThatExpiredUnpolledIsToldInTheLogOnly) {
+    TestServer server;
+    monitoredItems = 0;
+    server.run([](plant::PlantServer& plant) {
+        UA_Server_getConfig(plant.server())->monitoredItemRegisterCallback =
+            [](UA_Server*, const UA_NodeId*, void*, const UA_NodeId*, void*, UA_UInt32,
+               UA_Boolean removed) { monitoredItems += removed ? -1 : 1; };
+    });
+    Follower follower(server.url(), requestTimeout);
+    Parameters p;
+    p.keepAliveCount = 1;
+    p.lifetimeCount = 3;  // 15 ms once the publish requests sent ahead are used up
+    const long id = follower.follow({speed}, p);
+    ASSERT_TRUE(waitUntil([&] { return server.run([](auto&) { return monitoredItems == 0; }); }));
+    follower.host.call("zfSetLogFile", "watch");
+    EXPECT_TRUE(pollUntil(follower, id, [&](const std::string& text) {
+        EXPECT_TRUE(text.starts_with("0, ")) << text;
+        return logged(
+            "Subscription 1 is silent: nothing from the server, not even a keep-alive, "
+            "for more than 505 ms; last change ");
+    }));
+    follower.host.call("zfSetLogFile", "");
+    const std::string deleted =
+        follower.host.call("zfDeleteSubscription", follower.client, id).text();
+    EXPECT_NE(deleted.find("[BadSubscriptionIdInvalid]"), std::string::npos) << deleted;
+}
+
+}  // namespace
+}  // namespace nimb::test

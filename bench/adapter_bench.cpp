@@ -1,0 +1,100 @@
+// What the adapter costs beside the bare stack: both make the same requests of the same server, in
+// one process and in turns, on the CPU clock of the thread. Prints Markdown tables.
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <string_view>
+
+#include "report.h"
+#include "support/server_process.h"
+
+namespace {
+
+using namespace nimb::bench;
+
+constexpr const char* usage =
+    "usage: nimb-adapter-bench [--only TEXT] [--chart FILE]\n"
+    "       nimb-adapter-bench --repeat CASE adapter|raw N\n"
+    "  --only    measures only the cases whose name contains TEXT\n"
+    "  --chart   also writes the ratios as an SVG image\n"
+    "  --repeat  makes N calls of one side, for instruction counting inside repeatCalls()\n";
+
+struct Options {
+    std::string only;
+    std::string chartFile;
+    std::string side;
+    long repeats = 0;
+};
+
+Options parse(int count, char** arguments) {
+    Options options;
+    const auto value = [&](int& i) {
+        if (++i >= count) throw std::runtime_error(usage);
+        return std::string(arguments[i]);
+    };
+    for (int i = 1; i < count; ++i) {
+        const std::string_view option = arguments[i];
+        if (option == "--only") {
+            options.only = value(i);
+        } else if (option == "--chart") {
+            options.chartFile = value(i);
+        } else if (option == "--repeat") {
+            options.only = value(i);
+            options.side = value(i);
+            options.repeats = std::strtol(value(i).c_str(), nullptr, 10);
+        } else {
+            throw std::runtime_error(usage);
+        }
+    }
+    return options;
+}
+
+std::vector<Case> selectedCases(const std::string& only) {
+    std::vector<Case> cases;
+    addServiceCases(cases);
+    addSubscriptionCases(cases);
+    addLocalCases(cases);
+    std::erase_if(cases, [&](const Case& c) { return c.name.find(only) == std::string::npos; });
+    return cases;
+}
+
+void measureAll(const std::vector<Case>& cases, const Setting& setting, const Options& options) {
+    std::vector<Row> rows;
+    for (const Case& subject : cases) {
+        std::fprintf(stderr, "%s\n", subject.name.c_str());
+        rows.push_back({subject, compare(subject.prepare(setting), subject.plan)});
+    }
+    std::fputs(tables(rows).c_str(), stdout);
+    if (!options.chartFile.empty()) std::ofstream(options.chartFile) << chart(rows);
+}
+
+}  // namespace
+
+/// By this name the instruction counter knows where to count.
+extern "C" __attribute__((noinline)) void repeatCalls(const Side& side, long times) {
+    for (long i = 0; i < times; ++i) side.call();
+}
+
+int main(int count, char** arguments) {
+    try {
+        const Options options = parse(count, arguments);
+        const nimb::test::ServerProcess server;
+        nimb::standin::CalloutLibrary library(NIMB_LIBRARY_PATH);
+        const Setting setting{library, server.url()};
+        const std::vector<Case> cases = selectedCases(options.only);
+        if (cases.empty()) throw std::runtime_error("no such case");
+        if (options.repeats == 0) {
+            measureAll(cases, setting, options);
+            return 0;
+        }
+        const Contest contest = cases.front().prepare(setting);
+        contest.check();  // also warms up
+        repeatCalls(options.side == "raw" ? contest.raw : contest.adapter, options.repeats);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "nimb-adapter-bench: %s\n", error.what());
+        return 1;
+    }
+}

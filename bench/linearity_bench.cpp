@@ -1,0 +1,132 @@
+// How the adapter's cost grows with the size of what it is asked: nodes of a poll, clients in the
+// registry, queued notifications, items of an argument list. Prints a Markdown table.
+
+#include <cstdio>
+#include <exception>
+
+#include "bench_nodes.h"
+#include "cases.h"
+#include "checks.h"
+#include "report.h"
+#include "support/server_process.h"
+#include "support/wait_until.h"
+
+namespace {
+
+using namespace nimb;
+using namespace nimb::bench;
+
+void printRow(const char* subject, double size, double nanoseconds) {
+    std::printf("| %s | %.0f | %.2f | %.1f |\n", subject, size, nanoseconds / 1000,
+                nanoseconds / size);
+    std::fflush(stdout);
+}
+
+Spread measured(Entry& entry, int calls) {
+    Contest contest;
+    contest.adapter.call = [&entry] { entry(); };
+    contest.check = [&entry] { entry.call(); };
+    return compare(contest, {calls, 1, 50}).adapterCpu;
+}
+
+void handles(standin::CalloutLibrary& library) {
+    for (const int count : {1, 10, 100, 1000}) {
+        while (library.callInteger("zfTestGetInt") < count) library.call("zfCreateClientB");
+        Entry lookUp(library, "zfReadBulkClear", VeltoList() + count + 0);
+        std::printf("| look-up among clients | %d | %.3f | |\n", count,
+                    measured(lookUp, 2000).median / 1000);
+    }
+}
+
+void nodes(const Setting& setting) {
+    for (const std::uint32_t count : {10U, 25U, 50U, 100U, 200U}) {
+        const Contest poll = pollContest(setting, "zfReadBulkPollC", Mix::doubles, count);
+        printRow("nodes of a poll C", count, compare(poll, {10, 1, 150}).adapterCpu.median);
+    }
+}
+
+void arguments(const Setting& setting) {
+    const AdapterSession session(setting.library, setting.url);
+    for (const std::size_t count : {1U, 10U, 100U, 500U, 1000U, 2000U}) {
+        const VeltoList zeros = repeated(0, count);
+        Entry prepare = session.entry("zfReadBulkSetup",
+                                      VeltoList() + zeros + zeros + repeated(70000, count) + zeros);
+        Contest contest;
+        contest.adapter.call = [&] {
+            const long handle = prepare.call().at(0).AsLong();
+            session.entry("zfReadBulkClear", VeltoList() + handle)();
+        };
+        contest.check = [] {};
+        printRow("nodes of a bulk set-up", static_cast<double>(count),
+                 compare(contest, {20, 1, 50}).adapterCpu.median);
+    }
+}
+
+/// Polls that hand out no line tell the length of the queue and leave it as it is.
+class Queue {
+  public:
+    static constexpr std::uint32_t items = 10;
+
+    explicit Queue(const Setting& setting)
+        : session_(setting.library, setting.url), subscription_(subscribe()) {}
+
+    double length() { return lengthAfter(look_); }
+    double drainOnce() { return lengthAfter(drain_); }
+
+  private:
+    static constexpr int noLines = -1;
+    static constexpr int linesThatFit = 20;
+    static constexpr int wait = 1;  // milliseconds
+
+    long subscribe() const {
+        std::vector<plant::NodeAddress> nodes;
+        for (std::uint32_t i = 0; i < items; ++i) nodes.push_back(doubleNode(i));
+        return session_.subscribe(nodes, 5, 1000);
+    }
+    Entry poll(int timeout, int lines) const {
+        return session_.entry("zfPollSubscription",
+                              VeltoList() + subscription_ + timeout + lines + 0);
+    }
+    static double lengthAfter(Entry& entry) {
+        return entry.call().at(2).AsVeltoROList().at(5).AsDouble();
+    }
+
+    AdapterSession session_;
+    long subscription_;
+    Entry look_ = poll(wait, noLines);
+    Entry drain_ = poll(0, linesThatFit);
+};
+
+/// Lets the queue fill, freezes the server and drains what has come.
+void notifications(standin::CalloutLibrary& library) {
+    for (const double wanted : {10.0, 100.0, 1000.0, 10000.0}) {
+        test::ServerProcess server({"--change", std::to_string(Queue::items) + ":5"});
+        Queue queue({library, server.url()});
+        require(test::waitUntil([&] { return queue.length() >= wanted; }), "queued notifications");
+        server.freeze();
+        const double queued = queue.length();
+        const double before = threadCpu();
+        for (double left = queued; left > 0;) left = queue.drainOnce();
+        printRow("queued notifications", queued, threadCpu() - before);
+        server.thaw();
+    }
+}
+
+}  // namespace
+
+int main() {
+    try {
+        standin::CalloutLibrary library(NIMB_LIBRARY_PATH);
+        std::printf("| Size of | Size | CPU, µs | ns per unit |\n|---|---|---|---|\n");
+        handles(library);
+        const test::ServerProcess server;
+        const Setting setting{library, server.url()};
+        nodes(setting);
+        notifications(library);
+        arguments(setting);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "nimb-linearity-bench: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,161 @@
+#include <open62541/client_subscriptions.h>
+
+#include <array>
+#include <chrono>
+#include <thread>
+
+#include "bench_nodes.h"
+#include "cases.h"
+#include "checks.h"
+#include "demo_server/address_space.h"
+#include "support/server_process.h"
+
+namespace nimb::bench {
+
+namespace {
+
+constexpr std::uint32_t itemCount = 200;
+constexpr int itemQueue = 1;
+constexpr UA_UInt16 patience = 1000;  // milliseconds that one call may wait for notifications
+
+std::vector<plant::NodeAddress> followedNodes() {
+    std::vector<plant::NodeAddress> nodes;
+    for (std::uint32_t i = 0; i < itemCount; ++i) nodes.push_back(doubleNode(i));
+    return nodes;
+}
+
+/// Runs `step` until the count of delivered notifications has grown. Some steps bring nothing: the
+/// stack rounds its waits down to milliseconds, and looks without waiting when a timer is nearly
+/// due.
+template <typename Count, typename Step>
+void untilDelivered(const Count& delivered, Step step) {
+    constexpr int enough = 1000;
+    const Count before = delivered;
+    for (int i = 0; i < enough; ++i) {
+        step();
+        if (delivered != before) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    require(false, "notifications that do not come");
+}
+
+/// The adapter's side: one poll hands out at most one line, or the result would not fit.
+class PolledSubscription {
+  public:
+    PolledSubscription(const Setting& setting, double interval)
+        : session_(setting.library, setting.url),
+          poll_(session_.entry("zfPollSubscription",
+                               VeltoList() +
+                                   session_.subscribe(followedNodes(), interval, itemQueue) +
+                                   int{patience} + 1 + 0)) {}
+
+    void pollOnce() {
+        const VeltoROList results = poll_.call();
+        const VeltoROList statistics = results.at(2).AsVeltoROList();
+        delivered_ += statistics.at(3).AsDouble() - statistics.at(5).AsDouble();
+        require(statistics.at(6).AsLong() == 0, "lost notifications");
+    }
+
+    void poll() {
+        untilDelivered(delivered_, [this] { pollOnce(); });
+    }
+
+    void check() {
+        for (int i = 0; i < 20; ++i) poll();  // the first lines hold initial values
+        const VeltoROList lines = poll_.results().at(1).AsVeltoROList();
+        checkLine(lines.at(0).AsVeltoROList(), itemCount);
+    }
+
+    double delivered() const { return delivered_; }
+
+  private:
+    AdapterSession session_;
+    Entry poll_;
+    double delivered_ = 0;
+};
+
+/// The bare stack's side: every notification is counted.
+class CountedSubscription {
+  public:
+    CountedSubscription(const Setting& setting, double interval) : session_(setting.url) {
+        UA_CreateSubscriptionRequest request = UA_CreateSubscriptionRequest_default();
+        request.requestedPublishingInterval = interval;
+        auto created =
+            UA_Client_Subscriptions_create(session_.client(), request, nullptr, nullptr, nullptr);
+        require(created.responseHeader.serviceResult == UA_STATUSCODE_GOOD, "raw subscription");
+        addItems(created.subscriptionId, interval);
+    }
+
+    void iterate() {
+        untilDelivered(*count_, [this] { UA_Client_run_iterate(session_.client(), patience); });
+    }
+    double delivered() const { return static_cast<double>(*count_); }
+
+  private:
+    static void count(UA_Client*, UA_UInt32, void*, UA_UInt32, void* counter, UA_DataValue*) {
+        ++*static_cast<long*>(counter);
+    }
+
+    void addItems(UA_UInt32 subscription, double interval) {
+        std::vector<UA_MonitoredItemCreateRequest> items;
+        for (const auto& node : followedNodes()) {
+            UA_MonitoredItemCreateRequest& item =
+                items.emplace_back(UA_MonitoredItemCreateRequest_default(plant::stackId(node)));
+            item.requestedParameters.samplingInterval = interval;
+            item.requestedParameters.queueSize = itemQueue;
+        }
+        UA_CreateMonitoredItemsRequest request{};
+        request.subscriptionId = subscription;
+        request.timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;
+        request.itemsToCreate = items.data();
+        request.itemsToCreateSize = items.size();
+        std::vector<void*> contexts(items.size(), count_.get());
+        std::vector<UA_Client_DataChangeNotificationCallback> callbacks(items.size(), count);
+        std::vector<UA_Client_DeleteMonitoredItemCallback> deletions(items.size(), nullptr);
+        plant::Owned<UA_CreateMonitoredItemsResponse, UA_TYPES_CREATEMONITOREDITEMSRESPONSE>
+            response;
+        *response = UA_Client_MonitoredItems_createDataChanges(
+            session_.client(), request, contexts.data(), callbacks.data(), deletions.data());
+        require(response->resultsSize == items.size(), "raw monitored items");
+    }
+
+    std::unique_ptr<long> count_ = std::make_unique<long>(0);
+    RawSession session_;  // counts until it is closed, so it goes first
+};
+
+struct Followers {
+    Followers(standin::CalloutLibrary& library, int interval)
+        : server({"--change", std::to_string(itemCount) + ":" + std::to_string(interval)}),
+          setting{library, server.url()},
+          adapter(setting, interval),
+          raw(setting, interval),
+          control(setting, interval) {}
+
+    test::ServerProcess server;
+    Setting setting;
+    PolledSubscription adapter;
+    CountedSubscription raw;
+    CountedSubscription control;
+};
+
+Contest followContest(const Setting& setting, int interval) {
+    const auto all = std::make_shared<Followers>(setting.library, interval);
+    return {{[all] { all->adapter.poll(); }, [all] { return all->adapter.delivered(); }},
+            {[all] { all->raw.iterate(); }, [all] { return all->raw.delivered(); }},
+            {[all] { all->control.iterate(); }, [all] { return all->control.delivered(); }},
+            [all] { all->adapter.check(); }};
+}
+
+Case followCase(int interval, const Plan& plan) {
+    return {"notification, 200 items every " + std::to_string(interval) + " ms", Unit::ratio, 1.25,
+            plan, [interval](const Setting& setting) { return followContest(setting, interval); }};
+}
+
+}  // namespace
+
+void addSubscriptionCases(std::vector<Case>& cases) {
+    cases.push_back(followCase(50, {1, 6, 40}));
+    cases.push_back(followCase(10, {1, 12, 60}));
+}
+
+}  // namespace nimb::bench

@@ -53,7 +53,7 @@ void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
         UACErr error = client.readValueAttribute(value.get(), *id);
         if (!error.isError()) {
             resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES)
-                .addToVeltoList(&results, UA_TYPES_DATAVALUE, value.get(), false);
+                .UA2CL_DataValue(&results, value.get());
         }
         return error;
     });

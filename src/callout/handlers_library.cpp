@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "callout/call_frame.h"
 #include "callout/opcua_static.h"
@@ -10,6 +11,14 @@
 namespace nimb {
 
 namespace {
+
+// The item's text where it lies, or for other than 8-bit text converted into `storage`.
+std::string_view textOf(const VeltoListItem& item, std::string& storage) {
+    if (item.Type() == item_code::kBytes) {
+        return {reinterpret_cast<const char*>(item.data()), item.datalength()};
+    }
+    return storage = item.AsAString();
+}
 
 std::string dotted(int major, int minor, int revision) {
     char text[36];
@@ -72,9 +81,14 @@ void OpcuaStatic::setLogFile(HostBytes* out, const HostBytes* in) {
 
 void OpcuaStatic::getUStr(HostBytes* out, const HostBytes* in) {
     callFrame(out, in, "[B9]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
-        const std::string escaped = arguments[0].AsAString();
+        std::string converted;
+        const std::string_view escaped = textOf(arguments[0], converted);
         static_cast<void>(arguments[1].AsLong());
-        results += UACExport::Escaped2UTF8(escaped.data(), escaped.size());
+        if (escaped.find('\\') == std::string_view::npos) {
+            results.appendAChars(escaped.data(), escaped.size());
+        } else {
+            results += UACExport::Escaped2UTF8(escaped.data(), escaped.size());
+        }
         return {};
     });
 }

@@ -24,14 +24,17 @@ bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::si
                             const VeltoROList* nsList, std::size_t nsItem,
                             const VeltoROList* idList, std::size_t idItem) {
     try {
+        // Taken in ascending order, in which a list is walked fastest.
+        const VeltoListItem identifier = idList->at(idItem);
+        const VeltoListItem index = nsList->at(nsItem);
         const long type = typeList->at(typeItem).AsLong();
-        const long namespaceIndex = nsList->at(nsItem).AsLong();
+        const long namespaceIndex = index.AsLong();
         switch (type) {
             case UA_NODEIDTYPE_NUMERIC:
-                setNumericNodeId(*out, namespaceIndex, numericIdentifier(idList->at(idItem)));
+                setNumericNodeId(*out, namespaceIndex, numericIdentifier(identifier));
                 return true;
             case UA_NODEIDTYPE_STRING:
-                setStringNodeId(*out, namespaceIndex, hostString(idList->at(idItem)));
+                setStringNodeId(*out, namespaceIndex, hostString(identifier));
                 return true;
             default:
                 return false;

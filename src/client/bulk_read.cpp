@@ -30,7 +30,7 @@ void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_Data
     NestedList node(*out);
     inValue = true;
     if (value.hasValue) {
-        exporter.addToVeltoList(out, UA_TYPES_DATAVALUE, &value, false);
+        exporter.UA2CL_DataValue(out, &value);
     } else {
         out->stuffAscii(out->datalength(), nullptr, 0);
     }
@@ -96,7 +96,7 @@ UACErr OpcuaClient::readBulkPoll(VeltoList* out, long queryHandle) {
     std::size_t i = 0;
     try {
         for (; i < response->resultsSize; ++i) {
-            exporter.addToVeltoList(out, UA_TYPES_DATAVALUE, &response->results[i], false);
+            exporter.UA2CL_DataValue(out, &response->results[i]);
         }
     } catch (...) {
         return conversionFailed(" ", i + 1);  // this poll alone counts from 1
@@ -134,7 +134,7 @@ UACErr OpcuaClient::readBulkPollC(VeltoList* out, long queryHandle, bool valueRe
             const UA_DataValue& value = response->results[i];
             if (value.hasValue) {
                 NestedList node(*out);
-                exporter.addToVeltoList(out, UA_TYPES_DATAVALUE, &value, false);
+                exporter.UA2CL_DataValue(out, &value);
                 node.close();
             } else if (valueRequired) {
                 return {UACERR_SERVER, 10, "Missing return value [rbp-c] : idx = %d",

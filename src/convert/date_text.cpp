@@ -63,8 +63,10 @@ CalendarDay calendarDay(std::uint32_t days) {
             afterDecember ? month - 12 : month, day + 1};
 }
 
-/// Any year, through the stack's own calendar.
-void appendOdbcDateOfAnyYear(VeltoList& list, UA_DateTime time, bool wholeSeconds) {
+/// Any year, through the stack's own calendar. Kept out of line: its buffers would burden the dates
+/// that do occur.
+[[gnu::noinline]] void appendOdbcDateOfAnyYear(VeltoList& list, UA_DateTime time,
+                                               bool wholeSeconds) {
     const UA_DateTimeStruct fields = UA_DateTime_toStruct(time);
     char text[64];
     int length = std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", fields.year,
@@ -78,59 +80,62 @@ void appendOdbcDateOfAnyYear(VeltoList& list, UA_DateTime time, bool wholeSecond
         list, std::string_view(text, static_cast<std::size_t>(length)).substr(0, kOdbcCharacters));
 }
 
-/// The text of one second, "YYYY-MM-DD hh:mm:ss.". `second` counts from 0000-01-01.
-struct SecondText {
-    static constexpr std::size_t kCharacters = kOdbcWholeCharacters + 1;
+/// The text of a day, "YYYY-MM-DD 00:00:00.0000000": only the digits behind the day are left to
+/// write.
+struct DayText {
+    std::uint32_t day = ~std::uint32_t{0};  ///< from 0000-01-01
+    std::array<unsigned char, 2 * kOdbcCharacters> text{};
 
-    std::uint64_t second = ~std::uint64_t{0};
-    std::array<unsigned char, 2 * kCharacters> text{};
-
-    void assign(std::uint64_t newSecond);
+    [[gnu::noinline]] void assign(std::uint32_t newDay);
 };
 
-void SecondText::assign(std::uint64_t newSecond) {
-    const CalendarDay date = calendarDay(static_cast<std::uint32_t>(newSecond / kSecondsPerDay));
-    const auto time = static_cast<std::uint32_t>(newSecond % kSecondsPerDay);
+void DayText::assign(std::uint32_t newDay) {
+    const CalendarDay date = calendarDay(newDay);
     Utf16Digits out(text.data());
     out.put4(date.year);
     out.put('-');
     out.put2(date.month);
     out.put('-');
     out.put2(date.day);
-    out.put(' ');
-    out.put2(time / 3600);
-    out.put(':');
-    out.put2(time / 60 % 60);
-    out.put(':');
-    out.put2(time % 60);
-    out.put('.');
-    second = newSecond;
+    for (const char c : std::string_view(" 00:00:00.0000000")) {
+        out.put(c);
+    }
+    day = newDay;
 }
 
-/// The text of a second, kept for the next time: most of the values in a poll share a few seconds,
-/// and the calendar is more than half of a date's cost. Without a lock, like all state of the
-/// process, because hosts call from one thread at a time; a thread's own copy would cost a third
-/// of what is saved.
-const SecondText& textOfSecond(std::uint64_t second) {
-    static std::array<SecondText, 16> recent;
-    SecondText& entry = recent[second % recent.size()];
-    if (entry.second != second) [[unlikely]] {
-        entry.assign(second);
+/// The text of a day, kept for the next time: the values of a poll share few days, and the calendar
+/// is more than half of a date's cost. Without a lock, like all state of the process, because hosts
+/// call from one thread at a time; a thread's own copy would cost a third of what is saved.
+const DayText& textOfDay(std::uint32_t day) {
+    static std::array<DayText, 16> recent;
+    DayText& entry = recent[day % recent.size()];
+    if (entry.day != day) [[unlikely]] {
+        entry.assign(day);
     }
     return entry;
 }
 
-/// `ticks` counts from 0000-01-01 and lies before the year 10000.
-void appendOdbcDate(VeltoList& list, std::uint64_t ticks, bool wholeSeconds) {
-    const auto& prefix = textOfSecond(ticks / kTicksPerSecond).text;
-    if (wholeSeconds) {
-        std::memcpy(appendText(list, kOdbcWholeCharacters), prefix.data(),
-                    2 * kOdbcWholeCharacters);
-        return;
+/// Appends the first `characters` of the text. `ticks` counts from 0000-01-01 and lies before the
+/// year 10000.
+template <std::size_t characters>
+void appendOdbcDate(VeltoList& list, std::uint64_t ticks) {
+    constexpr std::size_t hour = 11;
+    constexpr std::size_t minute = 14;
+    constexpr std::size_t second = 17;
+    constexpr std::size_t fraction = 20;
+    const std::uint64_t seconds = ticks / kTicksPerSecond;
+    const DayText& day = textOfDay(static_cast<std::uint32_t>(seconds / kSecondsPerDay));
+    const auto time = static_cast<std::uint32_t>(seconds % kSecondsPerDay);
+    const std::uint32_t minutes = time / 60;
+    unsigned char* text = appendText(list, characters);
+    std::memcpy(text, day.text.data(), 2 * characters);
+    Utf16Digits(text + 2 * hour).put2(minutes / 60);
+    Utf16Digits(text + 2 * minute).put2(minutes % 60);
+    Utf16Digits(text + 2 * second).put2(time % 60);
+    if constexpr (characters > fraction) {
+        const auto part = static_cast<std::uint32_t>(ticks % kTicksPerSecond);
+        Utf16Digits(text + 2 * fraction).put7(part);
     }
-    unsigned char* text = appendText(list, kOdbcCharacters);
-    std::memcpy(text, prefix.data(), prefix.size());
-    Utf16Digits(text + prefix.size()).put7(static_cast<std::uint32_t>(ticks % kTicksPerSecond));
 }
 
 std::size_t decimalDigits(std::uint32_t value) {
@@ -148,7 +153,8 @@ void UACExport::addAsODBCDate(VeltoList* list, const UA_DateTime* time, bool who
     const std::uint64_t ticks =
         static_cast<std::uint64_t>(*time) + std::uint64_t{kDaysBefore1601 * kTicksPerDay};
     if (ticks < std::uint64_t{kDaysBefore10000 * kTicksPerDay}) [[likely]] {
-        appendOdbcDate(*list, ticks, wholeSeconds);
+        wholeSeconds ? appendOdbcDate<kOdbcWholeCharacters>(*list, ticks)
+                     : appendOdbcDate<kOdbcCharacters>(*list, ticks);
     } else {
         appendOdbcDateOfAnyYear(*list, *time, wholeSeconds);
     }

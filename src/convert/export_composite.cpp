@@ -1,6 +1,9 @@
 #include <initializer_list>
 
+#include "convert/number_items.h"
+#include "convert/type_index.h"
 #include "convert/ua_export.h"
+#include "convert/variant_shape.h"
 #include "errors/uac_err.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
@@ -33,6 +36,11 @@ int identifierTypeIndex(UA_NodeIdType type) {
             return UA_TYPES_BYTESTRING;
     }
     throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
+}
+
+/// The short way for what nearly every value is; it writes what the long way would.
+bool appendScalarNumber(VeltoList& list, const UA_Variant& variant) {
+    return isScalar(variant) && appendNumber(list, typeIndexOf(variant.type), variant.data);
 }
 
 }  // namespace
@@ -141,6 +149,9 @@ void UACExport::addDataValueParts(VeltoList* list, const UA_DataValue& dataValue
             addDate(list, &dataValue.sourceTimestamp);
             addDate(list, &dataValue.serverTimestamp);
             *list += static_cast<long long>(dataValue.status);
+            if (variantMode != VARIANT_FULL && appendScalarNumber(*list, dataValue.value)) {
+                break;
+            }
             if (dataValueMode == DATA_VALUE_WITH_TIMES) {
                 UA2CL(list, UA_TYPES_VARIANT, &dataValue.value);
             } else {

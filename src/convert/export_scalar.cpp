@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "convert/number_items.h"
 #include "convert/string_convert.h"
 #include "convert/ua_export.h"
 #include "convert/utf.h"
@@ -29,45 +30,8 @@ long UACExport::addToVeltoList(VeltoList* list, long typeIndex, const void* valu
         appendBytes(*list, {});
         return typeIndex;
     }
-    switch (typeIndex) {
-        case UA_TYPES_BOOLEAN:
-            // As a byte: a bool in memory that came off the wire may hold more than 0 and 1.
-            *list += as<UA_Byte>(value) != 0 ? 1 : 0;
-            break;
-        case UA_TYPES_SBYTE:
-            *list += int{as<UA_SByte>(value)};
-            break;
-        case UA_TYPES_BYTE:
-            *list += int{as<UA_Byte>(value)};
-            break;
-        case UA_TYPES_INT16:
-            *list += int{as<UA_Int16>(value)};
-            break;
-        case UA_TYPES_UINT16:
-            *list += int{as<UA_UInt16>(value)};
-            break;
-        case UA_TYPES_INT32:
-            *list += as<UA_Int32>(value);
-            break;
-        case UA_TYPES_UINT32:
-        case UA_TYPES_STATUSCODE:
-            *list += static_cast<long long>(as<UA_UInt32>(value));
-            break;
-        case UA_TYPES_INT64:
-        case UA_TYPES_UINT64:
-            // Unsigned values from 2^63 on come out negative: hosts have no larger integers.
-            *list += static_cast<long long>(as<UA_Int64>(value));
-            break;
-        case UA_TYPES_FLOAT:
-            list->appendIEEE64(double{as<UA_Float>(value)});
-            break;
-        case UA_TYPES_DOUBLE:
-            list->appendIEEE64(as<UA_Double>(value));
-            break;
-        default:
-            return addStructured(list, typeIndex, value, flat);
-    }
-    return typeIndex;
+    return appendNumber(*list, typeIndex, value) ? typeIndex
+                                                 : addStructured(list, typeIndex, value, flat);
 }
 
 long UACExport::addStructured(VeltoList* list, long typeIndex, const void* value, bool flat) const {

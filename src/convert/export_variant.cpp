@@ -5,6 +5,7 @@
 
 #include "convert/type_index.h"
 #include "convert/ua_export.h"
+#include "convert/variant_shape.h"
 #include "errors/uac_err.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
@@ -23,13 +24,6 @@ int shown(std::size_t number) { return static_cast<int>(static_cast<std::uint32_
 
 [[nodiscard]] UACErr variantError(const char* text) {
     return {UACERR_APPLICATION, APPERR_VARIANT_CONVERSION, "%s", text};
-}
-
-/// Whether there is data, and not merely the stack's mark of an empty array.
-bool hasData(const UA_Variant& variant) { return variant.data > UA_EMPTY_ARRAY_SENTINEL; }
-
-bool isScalar(const UA_Variant& variant) {
-    return variant.type != nullptr && variant.arrayLength == 0 && hasData(variant);
 }
 
 /// Any failure of an array that has no error of its own.

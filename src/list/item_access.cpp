@@ -110,7 +110,7 @@ String narrowText(const VeltoListItem& item) {
     using Char = typename String::value_type;
     const ItemPayload payload(item);
     if (payload.type == item_code::kUndefined || payload.type == item_code::kBytes) {
-        return String(payload.bytes, payload.bytes + payload.length);
+        return String(reinterpret_cast<const Char*>(payload.bytes), payload.length);
     }
     if (payload.type == item_code::kUnicode) {
         String text(payload.length / 2, Char{});
@@ -125,7 +125,7 @@ String narrowText(const VeltoListItem& item) {
 
 }  // namespace
 
-long VeltoListItem::AsLong() const {
+long VeltoListItem::AsLongOfAnyItem() const {
     const ItemPayload payload(*this);
     return payload.type == item_code::kIeee ? std::bit_cast<long>(payload.ieee())
                                             : toLong(readNumber(payload));

@@ -124,7 +124,19 @@ class VeltoListItem {
 
     /// The value saturated to 32 bits and sign-extended, fractions cut off. A floating-point item
     /// gives its 64-bit double bit pattern, not its value: hosts pass such patterns through.
-    long AsLong() const;
+    long AsLong() const {
+        // A short item with up to three bytes of a non-negative integer: handles, positions and
+        // counts, nearly all that comes here.
+        const unsigned payloadBytes = item_[0] - 2U;
+        if (payloadBytes <= 3 && item_[1] == item_code::kPosInteger) [[likely]] {
+            long value = 0;
+            for (unsigned i = payloadBytes; i > 0; --i) {
+                value = value << 8 | item_[1 + i];
+            }
+            return value;
+        }
+        return AsLongOfAnyItem();
+    }
     /// AsLong unchanged: non-zero means true.
     long AsBool() const { return AsLong(); }
     /// The value as 64 bits, fractions cut off. A floating-point item gives its bit pattern as for
@@ -170,6 +182,8 @@ class VeltoListItem {
     static long long getNegLongLong(const unsigned char* bytes, std::size_t count);
 
   private:
+    long AsLongOfAnyItem() const;
+
     const unsigned char* item_;
 };
 

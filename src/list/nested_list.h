@@ -21,12 +21,7 @@ class NestedList {
   public:
     /// Opens an 8-bit item at the parent's end. Throws std::bad_alloc.
     explicit NestedList(VeltoList& parent)
-        : parent_(parent),
-          start_(parent.length_),
-          cursorIndex_(parent.cursorIndex_),
-          cursorOffset_(parent.cursorOffset_),
-          itemCount_(parent.itemCount_),
-          countKnown_(parent.countKnown_) {
+        : parent_(parent), start_(parent.length_), itemCount_(parent.itemCount_) {
         parent.appendItem(item_code::kBytes, 0);
     }
 
@@ -56,21 +51,16 @@ class NestedList {
   private:
     void widenHeader(std::size_t content);
 
-    /// Sets length, cursor and count as if `items` items had been appended since the beginning.
+    /// Sets length and count as if `items` items had been appended since the beginning. The cursor
+    /// is counted from them.
     void restore(std::size_t length, std::size_t items) noexcept {
         parent_.length_ = length;
-        parent_.cursorIndex_ = cursorIndex_ + items;
-        parent_.cursorOffset_ = cursorOffset_ + (length - start_);
         parent_.itemCount_ = itemCount_ + items;
-        parent_.countKnown_ = countKnown_;
     }
 
     VeltoList& parent_;
     const std::size_t start_;
-    const std::uint64_t cursorIndex_;
-    const std::uint64_t cursorOffset_;
     const std::uint64_t itemCount_;
-    const std::uint32_t countKnown_;
     bool open_ = true;
 };
 

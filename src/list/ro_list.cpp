@@ -19,13 +19,13 @@ VeltoROList& VeltoROList::operator=(const CountedByteArray& bytes) noexcept {
 void VeltoROList::view(const unsigned char* data, std::uint64_t length) noexcept {
     Reset();
     data_ = data;
-    length_ = length;
+    setLength(length);
 }
 
 void VeltoROList::Reset() noexcept {
     length_ = 0;
-    cursorIndex_ = 0;
-    cursorOffset_ = 0;
+    cursorItemsLeft_ = 0;
+    cursorBytesLeft_ = 0;
     itemCount_ = 0;
     countKnown_ = 0;
 }
@@ -42,11 +42,11 @@ std::size_t VeltoROList::checkedWideItemSize(std::size_t offset) const {
 }
 
 std::size_t VeltoROList::countItems() const {
-    std::uint64_t count = cursorUsable() ? cursorIndex_ : 0;
-    for (std::size_t offset = cursorUsable() ? cursorOffset_ : 0; offset < length_; ++count) {
+    std::uint64_t count = cursorUsable() ? cursorIndex() : 0;
+    for (std::size_t offset = cursorUsable() ? cursorOffset() : 0; offset < length_; ++count) {
         offset += checkedItemSize(offset);
     }
-    itemCount_ = count;
+    setItemCount(count);
     return count;
 }
 
@@ -57,9 +57,9 @@ std::size_t VeltoROList::walkTo(std::size_t i) const {
         }
         return length_;
     }
-    const bool fromCursor = i > cursorIndex_ && cursorUsable();
-    std::size_t index = fromCursor ? cursorIndex_ : 0;
-    std::size_t offset = fromCursor ? cursorOffset_ : 0;
+    const bool fromCursor = i > cursorIndex() && cursorUsable();
+    std::size_t index = fromCursor ? cursorIndex() : 0;
+    std::size_t offset = fromCursor ? cursorOffset() : 0;
     for (; offset < length_; ++index) {
         if (index == i) {
             return offset;
@@ -67,7 +67,7 @@ std::size_t VeltoROList::walkTo(std::size_t i) const {
         offset += checkedItemSize(offset);
     }
     if (countKnown_ == 0) {
-        itemCount_ = index;
+        setItemCount(index);
         countKnown_ = 1;
     }
     if (i > index) {

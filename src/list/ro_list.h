@@ -24,7 +24,7 @@ class VeltoROList {
     VeltoROList() = default;
     /// A view over `length` bytes at `data`.
     VeltoROList(const unsigned char* data, std::uint64_t length) noexcept
-        : data_(data), length_(length) {}
+        : data_(data), length_(length), cursorBytesLeft_(length) {}
     /// A view over the bytes of `bytes`.
     explicit VeltoROList(const CountedByteArray& bytes) noexcept
         : VeltoROList(bytes.data(), bytes.length()) {}
@@ -132,11 +132,31 @@ class VeltoROList {
 
     const unsigned char* data_ = nullptr;
     std::uint64_t length_ = 0;
-    mutable std::uint64_t cursorIndex_ = 0;
-    mutable std::uint64_t cursorOffset_ = 0;
+    /// The cursor, counted back from the end: from itemCount_ and length_. An item that is added
+    /// moves the cursor on by one item, as hosts' lists have always done it, and so leaves both as
+    /// they are.
+    mutable std::uint64_t cursorBytesLeft_ = 0;
+    mutable std::uint64_t cursorItemsLeft_ = 0;
     mutable std::uint64_t itemCount_ = 0;
     /// Non-zero once a scan to the end has established itemCount_.
     mutable std::uint32_t countKnown_ = 0;
+
+    std::uint64_t cursorIndex() const noexcept { return itemCount_ - cursorItemsLeft_; }
+    std::uint64_t cursorOffset() const noexcept { return length_ - cursorBytesLeft_; }
+    void setCursor(std::uint64_t index, std::uint64_t offset) const noexcept {
+        cursorItemsLeft_ = itemCount_ - index;
+        cursorBytesLeft_ = length_ - offset;
+    }
+    /// Leaves the cursor on its item.
+    void setItemCount(std::uint64_t count) const noexcept {
+        cursorItemsLeft_ += count - itemCount_;
+        itemCount_ = count;
+    }
+    /// Leaves the cursor at its offset.
+    void setLength(std::uint64_t length) noexcept {
+        cursorBytesLeft_ += length - length_;
+        length_ = length;
+    }
 
   private:
     friend class VeltoList;
@@ -144,7 +164,7 @@ class VeltoROList {
     void view(const unsigned char* data, std::uint64_t length) noexcept;
     std::size_t walkTo(std::size_t i) const;
     std::size_t checkedWideItemSize(std::size_t offset) const;
-    bool cursorUsable() const noexcept { return cursorOffset_ <= length_; }
+    bool cursorUsable() const noexcept { return cursorBytesLeft_ <= length_; }
 };
 
 inline std::size_t VeltoROList::find(std::size_t i) const {
@@ -152,14 +172,16 @@ inline std::size_t VeltoROList::find(std::size_t i) const {
         return 0;
     }
     if (cursorUsable()) {
-        if (i == cursorIndex_) {
-            return cursorOffset_;
+        const std::uint64_t index = cursorIndex();
+        const std::uint64_t offset = cursorOffset();
+        if (i == index) {
+            return offset;
         }
         // One step on over a short item that is not the last: the way arguments are read.
-        if (i == cursorIndex_ + 1 && cursorOffset_ < length_) {
-            const std::size_t size = data_[cursorOffset_];
-            if (size != 0 && size < length_ - cursorOffset_) {
-                return cursorOffset_ + size;
+        if (i == index + 1 && offset < length_) {
+            const std::size_t size = data_[offset];
+            if (size != 0 && size < length_ - offset) {
+                return offset + size;
             }
         }
     }
@@ -168,16 +190,14 @@ inline std::size_t VeltoROList::find(std::size_t i) const {
 
 inline VeltoListItem VeltoROList::operator[](std::size_t i) const {
     const std::size_t offset = find(i);
-    cursorIndex_ = i;
-    cursorOffset_ = offset;
+    setCursor(i, offset);
     return VeltoListItem(data_ + offset);
 }
 
 inline VeltoListItem VeltoROList::at(std::size_t i) const {
     const std::size_t offset = find(i);
     checkedItemSize(offset);
-    cursorIndex_ = i;
-    cursorOffset_ = offset;
+    setCursor(i, offset);
     return VeltoListItem(data_ + offset);
 }
 

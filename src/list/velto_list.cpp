@@ -86,7 +86,7 @@ void VeltoList::replaceBytes(const unsigned char* data, std::size_t length) noex
     if (length != 0) {
         std::memmove(bytes(), data, length);
     }
-    length_ = length;
+    setLength(length);
 }
 
 void VeltoList::clear() noexcept {
@@ -110,19 +110,18 @@ void VeltoList::appendList(const VeltoROList& other) {
     }
     ensureBuffer(length_ + added);
     std::memcpy(bytes() + length_, other.data_, added);
-    if (cursorOffset_ == length_ && other.cursorOffset_ == added) {
-        // Both lists were built by appending, so the end of both is known.
-        cursorIndex_ += other.cursorIndex_;
-        cursorOffset_ += added;
+    // Where both lists were built by appending, the cursor stays at the end.
+    const bool cursorHolds = cursorBytesLeft_ == 0 && other.cursorBytesLeft_ == 0;
+    length_ += added;
+    itemCount_ += other.itemCount_;
+    if (countKnown_ == 0 || other.countKnown_ == 0) {
+        countKnown_ = 0;
+    }
+    if (cursorHolds) {
+        cursorItemsLeft_ += other.cursorItemsLeft_;
     } else {
         forgetCursor();
     }
-    if (countKnown_ != 0 && other.countKnown_ != 0) {
-        itemCount_ += other.itemCount_;
-    } else {
-        countKnown_ = 0;
-    }
-    length_ += added;
 }
 
 std::size_t VeltoList::writeHeader(unsigned char* at, std::size_t content) noexcept {
@@ -168,13 +167,12 @@ VeltoListIterator VeltoList::erase(VeltoListIterator where) {
         const std::size_t size = checkedItemSize(position);
         unsigned char* item = bytes() + position;
         std::memmove(item, item + size, length_ - position - size);
-        length_ -= size;
+        setLength(length_ - size);
         if (countKnown_ != 0) {
-            --itemCount_;
+            setItemCount(itemCount_ - 1);
         }
-        if (cursorOffset_ > position) {
-            cursorIndex_ = 0;
-            cursorOffset_ = 0;
+        if (cursorOffset() > position) {
+            setCursor(0, 0);
         }
     }
     return {data_ + position, this};
@@ -190,16 +188,16 @@ bool VeltoList::ownsAddress(const unsigned char* address) const noexcept {
 }
 
 void VeltoList::takeCursor(const VeltoROList& other) noexcept {
-    cursorIndex_ = other.cursorIndex_;
-    cursorOffset_ = other.cursorOffset_;
+    cursorItemsLeft_ = other.cursorItemsLeft_;
+    cursorBytesLeft_ = other.cursorBytesLeft_;
     itemCount_ = other.itemCount_;
     countKnown_ = other.countKnown_;
 }
 
-// An offset behind any list: it stays so when items are added, and the next access starts at item 0.
+// A place outside any list: it stays so when items are added, and the next access starts at item 0.
 void VeltoList::forgetCursor() noexcept {
-    cursorIndex_ = 0;
-    cursorOffset_ = std::numeric_limits<std::uint64_t>::max() / 2;
+    cursorItemsLeft_ = 0;
+    cursorBytesLeft_ = std::numeric_limits<std::uint64_t>::max() / 2;
     itemCount_ = 0;
     countKnown_ = 0;
 }
@@ -207,8 +205,8 @@ void VeltoList::forgetCursor() noexcept {
 void VeltoList::swap(VeltoList& other) noexcept {
     std::swap(data_, other.data_);
     std::swap(length_, other.length_);
-    std::swap(cursorIndex_, other.cursorIndex_);
-    std::swap(cursorOffset_, other.cursorOffset_);
+    std::swap(cursorItemsLeft_, other.cursorItemsLeft_);
+    std::swap(cursorBytesLeft_, other.cursorBytesLeft_);
     std::swap(itemCount_, other.itemCount_);
     std::swap(countKnown_, other.countKnown_);
     std::swap(capacity_, other.capacity_);

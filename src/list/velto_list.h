@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -204,6 +205,11 @@ class VeltoList : public VeltoROList {
     /// Appends the item for `value`.
     template <typename T>
     VeltoList& operator+=(const T& value) {
+        if constexpr (std::signed_integral<T> && sizeof(T) >= sizeof(int)) {
+            if (appendSmallInteger(value)) {
+                return *this;
+            }
+        }
         stuff(length_, value);
         return *this;
     }
@@ -234,9 +240,23 @@ class VeltoList : public VeltoROList {
 
     void bookItem(std::size_t itemSize) noexcept {
         length_ += itemSize;
-        cursorOffset_ += itemSize;
         ++itemCount_;
-        ++cursorIndex_;
+    }
+
+    /// The integers 0 to 255, most of those that results hold, in one step; 0 has no payload.
+    /// Returns false for others and where the buffer must grow.
+    bool appendSmallInteger(long long value) noexcept {
+        constexpr std::size_t longest = 3;
+        if (value < 0 || value > 255 || capacity_ - length_ < longest) {
+            return false;
+        }
+        const unsigned payloadBytes = value != 0 ? 1 : 0;
+        unsigned char* item = bytes() + length_;
+        item[0] = static_cast<unsigned char>(2 + payloadBytes);
+        item[1] = item_code::kPosInteger;
+        item[2] = static_cast<unsigned char>(value);
+        bookItem(2 + payloadBytes);
+        return true;
     }
 
     std::size_t makeItemSlow(std::size_t position, std::size_t content);
@@ -308,7 +328,7 @@ inline std::size_t VeltoList::stuffNegLong(std::size_t position, long long value
 template <typename T>
 VeltoList operator+(const VeltoROList& list, const T& value) {
     VeltoList result(list);
-    const bool cursorHolds = result.cursorOffset_ == result.length_;
+    const bool cursorHolds = result.cursorBytesLeft_ == 0;
     result += value;
     if (!cursorHolds) {
         result.forgetCursor();

@@ -81,7 +81,7 @@ UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned s
         appendQueueState(statistics, *subscription);
         UA_Client_run_iterate(client_.get(), timeout);
         appendQueueState(statistics, *subscription);
-        VeltoList lines;
+        VeltoList& lines = subscription->emptyLines();
         lineCount = subscription->getNewOutputLines(&lines, maxLines, kMaxPerLine);
         appendQueueState(statistics, *subscription);
         *out += lineCount;

@@ -1,5 +1,8 @@
 #include "subscription/item_notification.h"
 
+#include "convert/number_items.h"
+#include "convert/type_index.h"
+#include "convert/variant_shape.h"
 #include "subscription/monitored_item.h"
 #include "subscription/subscription.h"
 
@@ -21,6 +24,9 @@ UACErr ItemNotification::convert() {
     if (item_->processor() == nullptr) {
         return {UACERR_CLIENT, 10, "Processor not set (%d)", id};
     }
+    if (isScalar(value_->value) && isNumber(typeIndexOf(value_->value.type))) {
+        return {};  // numbers always can, and are most of what comes
+    }
     try {
         return item_->processor()(subscription_->emptyScratch(), value_.get(),
                                   &subscription_->exportOptions());
@@ -36,7 +42,9 @@ void ItemNotification::process() noexcept {
     try {
         error_ = convert();
         if (item_ != nullptr) {
-            item_->error = error_;
+            if (error_.isError() || item_->error.isError()) {
+                item_->error = error_;
+            }
             item_->lastStatus = value_->status;
         }
     } catch (...) {

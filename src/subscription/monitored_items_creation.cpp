@@ -137,19 +137,18 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
                                       std::size_t results, std::size_t count) {
     const int index = static_cast<int>(position + 1);
     const std::size_t sameId = itemsById_.count(monitoredItemId);
-    const std::size_t sameIndex = itemsByIndex_.count(index);
-    if (sameId != 0 || sameIndex != 0) {
+    if (sameId != 0) {
         throw UACErr(UACERR_APPLICATION, APPERR_MALFORMED,
                      "Probable error in DataSource class/specification "
                      "[s.amios:%d,%d,%d,%d,%d,%d,%d]",
                      static_cast<int>(monitoredItemId), index, static_cast<int>(position),
                      static_cast<int>(results), static_cast<int>(count), static_cast<int>(sameId),
-                     static_cast<int>(sameIndex));
+                     0);  // indexes run on from item to item and are never taken
     }
     try {
         auto& item = itemsById_[monitoredItemId];
         item = std::make_unique<MonitoredItem>(monitoredItemId, index, UAC_TestDataValueProcessor);
-        itemsByIndex_[index] = item.get();
+        itemsByIndex_.push_back(item.get());
         return *item;
     } catch (const std::bad_alloc&) {
         itemsById_.erase(monitoredItemId);

@@ -26,7 +26,7 @@ int Subscription::getNextOutputLine(VeltoList* out, int maxPerLine) {
     if (left == 0 || !notificationQueue_.front().processed()) {
         return 0;
     }
-    std::vector<bool> seen(itemsById_.size() + 1);
+    std::vector<bool> seen(itemsByIndex_.size() + 1);
     while (left > 0 && notificationQueue_.front().processed() && takeInFront(seen)) {
         --left;
     }
@@ -53,14 +53,9 @@ bool Subscription::takeInFront(std::vector<bool>& seen) {
 
 void Subscription::appendLastValues(VeltoList* out) const {
     out->stuffAscii(out->datalength(), nullptr, 0);  // hosts expect every line to begin with it
-    const int count = static_cast<int>(itemsById_.size());
-    for (int index = 1; index <= count; ++index) {
-        const auto item = itemsByIndex_.find(index);
-        if (item == itemsByIndex_.end()) {
-            throw UACErr(UACERR_CLIENT, 10, "Internal error [s.gnol,%d] %d", index, count);
-        }
+    for (const MonitoredItem* item : itemsByIndex_) {
         NestedList value(*out);
-        exportOptions_.addToVeltoList(out, UA_TYPES_DATAVALUE, &item->second->lastValue(), false);
+        exportOptions_.UA2CL_DataValue(out, &item->lastValue());
         value.close();
     }
 }

@@ -2,6 +2,8 @@
 
 #include <open62541/client_subscriptions.h>
 
+#include <ctime>
+
 #include "client/opcua_client.h"
 #include "convert/result_exporter.h"
 #include "errors/log_file.h"
@@ -23,6 +25,13 @@ UA_CreateSubscriptionRequest stackRequest(const SubscriptionRequest& request) {
     return result;
 }
 
+// The coarse clock, exact to a few milliseconds: it is read for every change that arrives.
+std::int64_t milliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
 UA_StatusCode firstResult(const UA_DeleteSubscriptionsResponse& response) {
     if (response.resultsSize != 0) {
         return response.results[0];
@@ -37,7 +46,7 @@ Subscription::Subscription(OpcuaClient* client, int maxQueueSize)
     : client_(client),
       maxQueueSize_(maxQueueSize),
       exportOptions_(resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES)),
-      lastChange_(std::chrono::steady_clock::now()) {}
+      lastChange_(milliseconds()) {}
 
 Subscription::~Subscription() {
     const UAC_SUBSCRIPTION_STATUS status = status_;
@@ -109,7 +118,7 @@ UACErr Subscription::deleteOnServer() {
 
 ItemNotification* Subscription::queue(UA_DataValue* value, std::uint32_t monitoredItemId) {
     const std::lock_guard<std::mutex> lock(queueMutex_);
-    lastChange_ = std::chrono::steady_clock::now();
+    lastChange_ = milliseconds();
     const auto bound = static_cast<std::uint64_t>(static_cast<std::int64_t>(maxQueueSize_));
     if (maxQueueSize_ != 0 && notificationQueue_.size() >= bound) {
         ++queueLossCount_;
@@ -151,15 +160,11 @@ bool Subscription::serverDeleted() {
 }
 
 void Subscription::logSilence() const {
-    using std::chrono::duration_cast;
-    using std::chrono::milliseconds;
     const double silence = keepAliveTime_ + UA_Client_getConfig(client_->stackClient())->timeout;
-    const auto sinceChange = std::chrono::steady_clock::now() - lastChange_;
     UAC_WriteLogFile(
         "Subscription %u is silent: nothing from the server, not even a keep-alive, "
         "for more than %.0f ms; last change %ld ms ago",
-        subscriptionId_, silence,
-        static_cast<long>(duration_cast<milliseconds>(sinceChange).count()));
+        subscriptionId_, silence, static_cast<long>(milliseconds() - lastChange_));
 }
 
 std::string Subscription::getStatusString(UAC_SUBSCRIPTION_STATUS status) {

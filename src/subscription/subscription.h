@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -56,6 +55,11 @@ class Subscription {
     /// @throws std::bad_alloc  the value then stays the caller's
     ItemNotification* queue(UA_DataValue* value, std::uint32_t monitoredItemId);
 
+    /// The lines made at this poll; the buffer is kept for the next one.
+    VeltoList& emptyLines() {
+        lines_.Reset();
+        return lines_;
+    }
     /// Appends lines until the queue is used up, or `maxLines` when that is not 0.
     /// @param maxPerLine  most notifications folded into one line
     /// @return number of lines
@@ -106,7 +110,7 @@ class Subscription {
     std::uint32_t subscriptionId_ = 0;
     OpcuaClient* client_;
     std::unordered_map<std::uint32_t, std::unique_ptr<MonitoredItem>> itemsById_;
-    std::unordered_map<int, MonitoredItem*> itemsByIndex_;
+    std::vector<MonitoredItem*> itemsByIndex_;  ///< index 1 first
     std::deque<ItemNotification> notificationQueue_;
     std::mutex queueMutex_;  ///< guards the queue and the loss counters against pushes
     int maxQueueSize_;
@@ -116,8 +120,9 @@ class Subscription {
     UACExport exportOptions_;
     bool itemsKnown_ = true;
     double keepAliveTime_ = 0;  ///< milliseconds between signs of life from the server
-    std::chrono::steady_clock::time_point lastChange_;
+    std::int64_t lastChange_;   ///< milliseconds of a clock that only goes forward
     VeltoList scratch_;
+    VeltoList lines_;
 };
 
 }  // namespace nimb

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <limits>
 #include <string>
 
 #include "callout/call_frame.h"
@@ -11,6 +13,7 @@ namespace nimb {
 namespace {
 
 constexpr long kDefaultTimeout = 3000;  // milliseconds
+constexpr long kMaxTimeout = std::numeric_limits<int>::max();
 constexpr long kForcedEnumeration = 0x7FFFFFFF;
 
 struct SetupArguments {
@@ -35,7 +38,10 @@ struct SetupArguments {
 };
 
 UACErr refusedMode(const char* mode, long number) {
-    return {UACERR_APPLICATION, APPERR_OTHER, "%s message security mode%s (msm = %d)", mode,
+    return {UACERR_APPLICATION,
+            APPERR_OTHER,
+            "%s message security mode%s (msm = %d)",
+            mode,
             number == UA_MESSAGESECURITYMODE_SIGN ? " currently unsupported" : "",
             static_cast<int>(number)};
 }
@@ -50,8 +56,8 @@ UACErr setUpEncrypted(OpcuaClient& client, int timeout, const SetupArguments& ar
 }
 
 UACErr setUp(OpcuaClient& client, const SetupArguments& arguments) {
-    const auto timeout =
-        static_cast<int>(arguments.timeout > 0 ? arguments.timeout : kDefaultTimeout);
+    const auto timeout = static_cast<int>(
+        arguments.timeout > 0 ? std::min(arguments.timeout, kMaxTimeout) : kDefaultTimeout);
     switch (arguments.securityMode) {
         case UA_MESSAGESECURITYMODE_NONE:
             return client.setup(timeout);

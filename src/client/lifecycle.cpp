@@ -12,11 +12,23 @@ namespace nimb {
 
 namespace {
 
+UA_StatusCode refuseKey() {
+    UAC_WriteLogFile(
+        "The private key is encrypted or unreadable; keys with a password are refused");
+    return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
+}
+
 // For an encrypted or unreadable key the stack would ask on standard input and wait: the library
 // never reads the streams of its host.
 UA_StatusCode refusePasswordQuestion(UA_ClientConfig* /*config*/, UA_ByteString* /*password*/) {
-    UAC_WriteLogFile("The private key is encrypted or unreadable; keys with a password are refused");
-    return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
+    return refuseKey();
+}
+
+// PEM, or DER as RSA keys begin. open62541 1.4.11 refuses other bytes too, but loses its copy of
+// them. An empty key it reports by itself.
+bool beginsLikeKey(const UA_ByteString& key) {
+    return key.length == 0 || key.data[0] == '-' ||
+           (key.length > 1 && key.data[0] == 0x30 && key.data[1] == 0x82);
 }
 
 }  // namespace
@@ -84,6 +96,9 @@ UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode
     if (UACErr error = makeStackClient(); error.isError()) {
         return error;
     }
+    if (!beginsLikeKey(material.privateKey.view())) {
+        return UACErr::opcua(refuseKey());
+    }
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());
     config->privateKeyPasswordCallback = refusePasswordQuestion;
     const auto trusted = views(material.trustList);
@@ -92,6 +107,10 @@ UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode
         config, material.certificate.view(), material.privateKey.view(), trusted.data(),
         trusted.size(), revoked.data(), revoked.size());
     if (status != UA_STATUSCODE_GOOD) {
+        // open62541 1.4 says nothing about a list that it cannot read.
+        UAC_WriteLogFile(
+            "Encrypted set-up refused: %s (%zu trust list and %zu revocation list files)",
+            UA_StatusCode_name(status), trusted.size(), revoked.size());
         return UACErr::opcua(status);
     }
     config->securityMode = mode;

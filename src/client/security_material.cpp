@@ -8,6 +8,8 @@
 
 #include <utility>
 
+#include "errors/log_file.h"
+
 namespace nimb {
 
 namespace {
@@ -54,8 +56,7 @@ struct DirectoryTexts {
     const char* readFailed;
 };
 
-constexpr const char* kCertificateFailed =
-    "File IO error reading client certificate file, '%s'";
+constexpr const char* kCertificateFailed = "File IO error reading client certificate file, '%s'";
 constexpr DirectoryTexts kTrustListTexts = {
     "File IO error opening trusted certificate (trust list) directory, '%s'",
     "File IO error reading trusted certificate file, '%s'",
@@ -69,6 +70,8 @@ constexpr DirectoryTexts kRevocationListTexts = {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 UACErr fileError(const char* format, const std::string& path) {
+    // The error's text may cut the path short.
+    UAC_WriteLogFile(format, path.c_str());
     return {UACERR_APPLICATION, APPERR_FILE_IO, format, path.c_str()};
 }
 #pragma GCC diagnostic pop
@@ -88,8 +91,7 @@ UACErr readDirectory(const std::string& path, const DirectoryTexts& texts,
         if (entry->d_name[0] == '.') {
             continue;
         }
-        if (UACErr error =
-                readOne(prefix + entry->d_name, texts.readFailed, files.emplace_back());
+        if (UACErr error = readOne(prefix + entry->d_name, texts.readFailed, files.emplace_back());
             error.isError()) {
             return error;
         }
@@ -136,8 +138,8 @@ UACErr readSecurityMaterial(const SecurityPaths& paths, SecurityMaterial& materi
         error = readDirectory(paths.trustDirectory, kTrustListTexts, material.trustList);
     }
     if (!error.isError()) {
-        error = readDirectory(paths.revocationDirectory, kRevocationListTexts,
-                              material.revocationList);
+        error =
+            readDirectory(paths.revocationDirectory, kRevocationListTexts, material.revocationList);
     }
     return error;
 }

@@ -1,5 +1,7 @@
 #include "errors/log_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,7 +9,6 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <memory>
 
 namespace nimb {
 
@@ -17,15 +18,10 @@ namespace {
 
 char UAC_log_filename_buffer[UAC_log_filename_size] = {};
 int UAC_log_pid = 0;
-int UAC_log_counter = 0;
+unsigned int UAC_log_counter = 0;  // begins anew after 2^32 lines
 
 // A name of this length or less holds nothing of the caller's text.
 constexpr std::size_t kEmptyNameLength = std::string_view("uaclogfile_.txt").size();
-
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
 
 // Written out because isalnum follows the locale of the host process.
 bool keptInName(char c) {
@@ -42,6 +38,23 @@ void writeLocalTime(char (&text)[26]) {
         text[0] = '\0';
     }
     text[24] = '\0';
+}
+
+// A pipe of the log file's name must not make the host wait for a reader, nor end it by SIGPIPE
+// when the reader goes: only regular files are written. One write keeps lines whole when several
+// processes share the file. O_CLOEXEC: the descriptor must not leak into programs that the host
+// starts.
+void appendToLogFile(const char* line, std::size_t length) {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const int file = open(UAC_log_filename, kFlags, 0666);
+    if (file < 0) {
+        return;
+    }
+    struct stat status {};
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        [[maybe_unused]] const ssize_t written = write(file, line, length);
+    }
+    close(file);
 }
 
 }  // namespace
@@ -76,10 +89,10 @@ void UAC_WriteLogFile(const char* format, ...) noexcept {
     ++UAC_log_counter;
     char time[26] = {};
     writeLocalTime(time);
-    // "e": the descriptor must not leak into programs that the host starts.
-    if (const File file{std::fopen(UAC_log_filename, "ae")}) {
-        std::fprintf(file.get(), "%s [%d/%d] %s\n", time, UAC_log_pid, UAC_log_counter, message);
-    }
+    char line[sizeof message + 80];
+    const int length = std::snprintf(line, sizeof line, "%s [%d/%u] %s\n", time, UAC_log_pid,
+                                     UAC_log_counter, message);
+    appendToLogFile(line, static_cast<std::size_t>(length));
 }
 
 }  // namespace nimb

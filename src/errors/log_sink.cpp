@@ -40,7 +40,10 @@ UA_Logger UAC_UA_Log_toFile_withLevel(UA_LogLevel minimum) {
 
 void UAC_UA_Log_toFile_log(void* context, UA_LogLevel level, UA_LogCategory category,
                            const char* format, std::va_list arguments) {
-    if (static_cast<std::uintptr_t>(level) < reinterpret_cast<std::uintptr_t>(context)) {
+    const bool tooLow =
+        static_cast<std::uintptr_t>(level) < reinterpret_cast<std::uintptr_t>(context);
+    // Logging may have been switched off since the client was set up.
+    if (tooLow || UAC_log_filename == nullptr) {
         return;
     }
     char prefix[100];

@@ -1,0 +1,181 @@
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <open62541/types.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "reading_plant.h"
+#include "support/child_process.h"
+#include "support/host.h"
+#include "support/temp_dir.h"
+
+namespace nimb::test {
+
+inline constexpr const char* clientUri = "urn:nimbopcua:test-client";
+
+/// What zfSetupClientC takes beside the handle.
+struct Preparation {
+    long long mode = 1;
+    std::string certificate = "";
+    std::string key = "";
+    std::string trusted = "";
+    std::string revoked = "";
+    std::string uri = clientUri;
+    long long timeout = 3000;
+    int stringMode = 0;
+};
+
+inline Result setUp(Host& host, long client, const Preparation& s) {
+    return host.call("zfSetupClientC", client, s.timeout, s.mode, s.certificate, s.key, s.trusted,
+                     s.revoked, s.uri, s.stringMode);
+}
+
+inline long newClientObject(Host& host) { return host.call("zfCreateClientB")[1].AsLong(); }
+
+inline std::string cannotConnect(const std::string& url) {
+    return "Unable to connect to '" + url + "'";
+}
+
+/// A kind 4 failure with what the standard says about its code, and its own text cut at 99 bytes.
+inline std::string refused(unsigned code, const std::string& text = "") {
+    static const std::map<unsigned, std::string> meanings = {
+        {UA_STATUSCODE_BADINTERNALERROR,
+         "An internal error occurred as a result of a programming or configuration error."},
+        {UA_STATUSCODE_BADTIMEOUT, "The operation timed out."},
+        {UA_STATUSCODE_BADSECURITYCHECKSFAILED, "An error occurred verifying security."},
+        {UA_STATUSCODE_BADCERTIFICATETIMEINVALID,
+         "The certificate has expired or is not yet valid."},
+        {UA_STATUSCODE_BADCERTIFICATEURIINVALID,
+         "The URI specified in the ApplicationDescription does not match the URI in the "
+         "certificate."},
+        {UA_STATUSCODE_BADCERTIFICATEUNTRUSTED, "The certificate is not trusted."},
+        {UA_STATUSCODE_BADCERTIFICATEREVOKED, "The certificate has been revoked."},
+        {UA_STATUSCODE_BADCERTIFICATECHAININCOMPLETE, "The certificate chain is incomplete."},
+        {UA_STATUSCODE_BADUSERACCESSDENIED,
+         "User does not have permission to perform the requested operation."},
+        {UA_STATUSCODE_BADIDENTITYTOKENREJECTED,
+         "The user identity token is valid but the server has rejected it."},
+        {UA_STATUSCODE_BADTCPENDPOINTURLINVALID,
+         "The server does not recognize the QueryString specified."},
+        {UA_STATUSCODE_BADCONNECTIONREJECTED,
+         "Could not establish a network connection to remote server."},
+        {UA_STATUSCODE_BADCONNECTIONCLOSED, "The network connection has been closed."},
+    };
+    char number[16];
+    std::snprintf(number, sizeof number, "0x%X", code);
+    return failure(4, code,
+                   std::string("OPC UA Error ") + number + "  [" + UA_StatusCode_name(code) + "] " +
+                       meanings.at(code) + (text.empty() ? "" : " : " + text.substr(0, 99)));
+}
+
+class Stopwatch {
+  public:
+    [[nodiscard]] long milliseconds() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::steady_clock::now() - begin_)
+            .count();
+    }
+
+  private:
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+};
+
+/// A fresh current directory, in which the library may write its log; logging is off at the end.
+class LogFolder {
+  public:
+    explicit LogFolder(Host& host) : host_(host) { std::filesystem::current_path(folder_.path()); }
+    ~LogFolder() {
+        host_.call("zfSetLogFile", "");
+        std::filesystem::current_path(before_);
+    }
+    LogFolder(const LogFolder&) = delete;
+    LogFolder& operator=(const LogFolder&) = delete;
+
+    /// Logs to a new file.
+    void begin() { host_.call("zfSetLogFile", "part" + std::to_string(++part_)); }
+    /// What has been logged since; nothing when there is no such file.
+    [[nodiscard]] std::string text() const {
+        const auto file = folder_.path() / ("uaclogfile_part" + std::to_string(part_) + ".txt");
+        return std::filesystem::exists(file) ? readFile(file) : "";
+    }
+    /// True when one of those lines holds both, the one behind the other.
+    [[nodiscard]] bool has(const std::string& source, const std::string& message) const {
+        std::istringstream lines(text());
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t at = line.find(source);
+            if (at != std::string::npos && line.find(message, at) != std::string::npos) return true;
+        }
+        return false;
+    }
+    [[nodiscard]] const TempDir& folder() const { return folder_; }
+
+  private:
+    Host& host_;
+    std::filesystem::path before_ = std::filesystem::current_path();
+    TempDir folder_;
+    int part_ = 0;
+};
+
+/// Work in a copy of this process, with the text it returns. The copy dies with its maker.
+class Fork {
+  public:
+    explicit Fork(const std::function<std::string()>& work) {
+        std::array<int, 2> pipe{};
+        if (pipe2(pipe.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
+        process_ = fork();
+        if (process_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const int out = fcntl(pipe[1], F_DUPFD, 10);  // `work` may close the streams
+            const std::string text = guarded(work);
+            _exit(write(out, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0
+                                                                                            : 1);
+        }
+        close(pipe[1]);
+        answer_ = pipe[0];
+    }
+    ~Fork() {
+        kill(process_, SIGKILL);
+        int status = 0;
+        awaitProcess(process_, 0, status);
+        close(answer_);
+    }
+    Fork(const Fork&) = delete;
+    Fork& operator=(const Fork&) = delete;
+
+    /// Waits for the work's text; incomplete when the copy died.
+    [[nodiscard]] std::string text() const {
+        std::string all;
+        std::array<char, 4096> part{};
+        for (ssize_t got = 0; (got = read(answer_, part.data(), part.size())) > 0;) {
+            all.append(part.data(), static_cast<std::size_t>(got));
+        }
+        return all;
+    }
+
+  private:
+    static std::string guarded(const std::function<std::string()>& work) noexcept {
+        try {
+            return work();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+    }
+
+    pid_t process_ = -1;
+    int answer_ = -1;
+};
+
+}  // namespace nimb::test

@@ -8,6 +8,7 @@
 
 #include <utility>
 
+#include "errors/file_descriptor.h"
 #include "errors/log_file.h"
 
 namespace nimb {
@@ -16,22 +17,6 @@ namespace {
 
 // Longer paths are refused; hosts have always been held to this.
 constexpr std::size_t kMaxPath = 998;
-
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    [[nodiscard]] int get() const { return descriptor_; }
-
-  private:
-    int descriptor_;
-};
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "errors/file_descriptor.h"
+
 namespace nimb {
 
 const char* UAC_log_filename = nullptr;
@@ -46,15 +48,11 @@ void writeLocalTime(char (&text)[26]) {
 // starts.
 void appendToLogFile(const char* line, std::size_t length) {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    const int file = open(UAC_log_filename, kFlags, 0666);
-    if (file < 0) {
-        return;
-    }
+    const FileDescriptor file(open(UAC_log_filename, kFlags, 0666));
     struct stat status {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-        [[maybe_unused]] const ssize_t written = write(file, line, length);
+    if (file.get() >= 0 && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode)) {
+        [[maybe_unused]] const ssize_t written = write(file.get(), line, length);
     }
-    close(file);
 }
 
 }  // namespace

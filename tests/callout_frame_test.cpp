@@ -14,8 +14,7 @@ namespace {
 constexpr const char* kUnsupported =
     "Application Error [9] : Other error : Requested operation is not available in the NIMB OPC UA "
     "adapter.";
-constexpr const char* kBadHandle =
-    "Application Error [1] : Client instance not found, Bad handle";
+constexpr const char* kBadHandle = "Application Error [1] : Client instance not found, Bad handle";
 
 // Entries that read arguments, with the tag of a failure that has no name of its own.
 const std::pair<const char*, const char*> kTags[] = {
@@ -51,18 +50,52 @@ const std::pair<const char*, const char*> kTags[] = {
 
 TEST(CalloutTable, HasItsRowsInOrder) {
     const char* const names[] = {
-        "zfTest", "zfTestGetInt", "zfTestStatusCodeName", "zfReadLog", "zfGetStatusCodeNameB",
-        "zfGetClientStateNameB", "zfGetSimpleErrorCodeNameB", "zfCreateClientB",
-        "zfGetClientStateB", "zfGetClientStateC", "zfSetupClientB", "zfDestroyClientB",
-        "zfConnectB", "zfDisconnectB", "zfReadBulkSetup", "zfReadBulkSetupB", "zfReadBulkSetupC",
-        "zfReadBulkPoll", "zfReadBulkPollB", "zfReadBulkPollC", "zfReadBulkClear",
-        "zfCreateSubscription", "zfCreateSubscriptionB", "zfPollSubscription",
-        "zfDeleteSubscription", "zfReadAttribute", "zfReadValueAttribute", "zfWriteAttribute",
-        "zfWriteValueAttributeIntB", "zfWriteValueAttributeStrB", "zfDateConvOPCUA2HOROLOG",
-        "zfDateConvHOROLOG2OPCUA", "zfDateConvOPCUA2ODBC", "zfDateConvODBC2OPCUA",
-        "zfDateConvOPCUA2UNIX", "zfDateConvUNIX2OPCUA", "zfGetClientStateD", "zfConnectUser",
-        "zfSetupClientC", "zfGetChannelStateName", "zfGetSessionStateName", "zfBrowse",
-        "zfBrowseNext", "zfVersion", "zfGetUStr", "zfSetLogFile",
+        "zfTest",
+        "zfTestGetInt",
+        "zfTestStatusCodeName",
+        "zfReadLog",
+        "zfGetStatusCodeNameB",
+        "zfGetClientStateNameB",
+        "zfGetSimpleErrorCodeNameB",
+        "zfCreateClientB",
+        "zfGetClientStateB",
+        "zfGetClientStateC",
+        "zfSetupClientB",
+        "zfDestroyClientB",
+        "zfConnectB",
+        "zfDisconnectB",
+        "zfReadBulkSetup",
+        "zfReadBulkSetupB",
+        "zfReadBulkSetupC",
+        "zfReadBulkPoll",
+        "zfReadBulkPollB",
+        "zfReadBulkPollC",
+        "zfReadBulkClear",
+        "zfCreateSubscription",
+        "zfCreateSubscriptionB",
+        "zfPollSubscription",
+        "zfDeleteSubscription",
+        "zfReadAttribute",
+        "zfReadValueAttribute",
+        "zfWriteAttribute",
+        "zfWriteValueAttributeIntB",
+        "zfWriteValueAttributeStrB",
+        "zfDateConvOPCUA2HOROLOG",
+        "zfDateConvHOROLOG2OPCUA",
+        "zfDateConvOPCUA2ODBC",
+        "zfDateConvODBC2OPCUA",
+        "zfDateConvOPCUA2UNIX",
+        "zfDateConvUNIX2OPCUA",
+        "zfGetClientStateD",
+        "zfConnectUser",
+        "zfSetupClientC",
+        "zfGetChannelStateName",
+        "zfGetSessionStateName",
+        "zfBrowse",
+        "zfBrowseNext",
+        "zfVersion",
+        "zfGetUStr",
+        "zfSetLogFile",
     };
     Host host;
     const auto rows = host.library().rows();
@@ -140,8 +173,8 @@ TEST(CalloutHandles, ThatLeadNowhereAreRefused) {
     Host host;
     const long destroyed = host.call("zfCreateClientB")[1].AsLong();
     ASSERT_TRUE(host.call("zfDestroyClientB", destroyed).ok());
-    for (const long long handle : {0LL, -1LL, destroyed + 1000LL, 1LL * destroyed,
-                                   std::numeric_limits<long long>::max()}) {
+    for (const long long handle :
+         {0LL, -1LL, destroyed + 1000LL, 1LL * destroyed, std::numeric_limits<long long>::max()}) {
         for (const char* entry : {"zfDestroyClientB", "zfGetClientStateD", "zfDisconnectB"}) {
             EXPECT_EQ(host.call(entry, handle).text(), failure(2, 1, kBadHandle))
                 << entry << ' ' << handle;

@@ -81,8 +81,8 @@ class OpcuaStatic {
     /// @param out  null node id; on success the caller owns its identifier, else it is untouched
     /// @return false for another identifier type and for an item that is missing or unreadable
     static bool getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::size_t typeItem,
-                          const VeltoROList* nsList, std::size_t nsItem,
-                          const VeltoROList* idList, std::size_t idItem);
+                          const VeltoROList* nsList, std::size_t nsItem, const VeltoROList* idList,
+                          std::size_t idItem);
 
     /// Decodes one node id from each position of three lists of the same size.
     /// @throws UACErr  kind 2, code 4, with the 0-based position of the first that is none

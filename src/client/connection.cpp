@@ -49,7 +49,9 @@ void setUserToken(UA_ClientConfig* config, const char* user, const char* passwor
 
 }  // namespace
 
-bool ClientState::connected() const { return secureChannelState == kChannelOpen && sessionState != 0; }
+bool ClientState::connected() const {
+    return secureChannelState == kChannelOpen && sessionState != 0;
+}
 
 UACErr OpcuaClient::getState(ClientState* state) const {
     if (client_ == nullptr) {

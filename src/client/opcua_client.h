@@ -52,8 +52,7 @@ class OpcuaClient {
     UACErr setup(int timeout);
     /// The same for an encrypted channel.
     UACErr setupWithEncryption(int timeout, UA_MessageSecurityMode mode,
-                               const std::string& applicationUri,
-                               const SecurityMaterial& material);
+                               const std::string& applicationUri, const SecurityMaterial& material);
     /// Disconnects and discards the stack client, the bulk reads and the subscriptions. Nothing is
     /// sent for the subscriptions: they end with the session.
     UACErr clear();

@@ -22,7 +22,8 @@ void OpcuaClient::callService(const void* request, const UA_DataType* requestTyp
                               const UA_DataType* responseType) {
     if (!sessionMayBeUsed()) {
         // Every response begins with its header.
-        static_cast<UA_ResponseHeader*>(response)->serviceResult = UA_STATUSCODE_BADCONNECTIONCLOSED;
+        static_cast<UA_ResponseHeader*>(response)->serviceResult =
+            UA_STATUSCODE_BADCONNECTIONCLOSED;
         return;
     }
     __UA_Client_Service(client_.get(), request, requestType, response, responseType);

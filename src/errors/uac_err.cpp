@@ -24,8 +24,6 @@ UACErr::UACErr(const VeltoROList* list) : kind(UACERR_UNKNOWN), code(10), text("
     text += UAC_GetHexDebugString(list->data(), std::min<std::size_t>(kShown, list->datalength()));
 }
 
-UACErr clientResetRequired() {
-    return {UACERR_APPLICATION, APPERR_OTHER, "Client reset required"};
-}
+UACErr clientResetRequired() { return {UACERR_APPLICATION, APPERR_OTHER, "Client reset required"}; }
 
 }  // namespace nimb

@@ -9,7 +9,8 @@
 
 namespace nimb::test {
 
-/// What a call returned: a copy of the output's list, or nothing when the output was left as it was.
+/// What a call returned: a copy of the output's list, or nothing when the output was left as it
+/// was.
 class Result {
   public:
     Result() = default;

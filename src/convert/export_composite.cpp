@@ -99,13 +99,13 @@ void UACExport::UA2CL_ExpandedNodeId(VeltoList* list, const UA_ExpandedNodeId* i
 void UACExport::UA2CL_ReferenceDescription(VeltoList* list,
                                            const UA_ReferenceDescription* rd) const {
     NestedList nested(*list);
-    addToVeltoList(list, UA_TYPES_NODEID, &rd->referenceTypeId, false);
-    addToVeltoList(list, UA_TYPES_BOOLEAN, &rd->isForward, false);
-    addToVeltoList(list, UA_TYPES_EXPANDEDNODEID, &rd->nodeId, false);
-    addToVeltoList(list, UA_TYPES_QUALIFIEDNAME, &rd->browseName, false);
-    addToVeltoList(list, UA_TYPES_LOCALIZEDTEXT, &rd->displayName, false);
+    UA2CL_NodeId(list, &rd->referenceTypeId, nullptr, false);
+    appendNumber(*list, UA_TYPES_BOOLEAN, &rd->isForward);
+    UA2CL_ExpandedNodeId(list, &rd->nodeId, false);
+    addQualifiedName(list, rd->browseName, false);
+    addLocalizedText(list, rd->displayName, false);
     list->appendItem(item_code::kBytes, 0);  // the node class
-    addToVeltoList(list, UA_TYPES_EXPANDEDNODEID, &rd->typeDefinition, false);
+    UA2CL_ExpandedNodeId(list, &rd->typeDefinition, false);
     nested.close();
 }
 
@@ -116,7 +116,7 @@ void UACExport::UA2CL_BrowseResult(VeltoList* list, const UA_BrowseResult* resul
     *list += static_cast<long long>(static_cast<UA_UInt32>(result->referencesSize));
     NestedList references(*list);
     for (std::size_t i = 0; i < result->referencesSize; ++i) {
-        addToVeltoListB(list, kReferenceDescriptionIndex, &result->references[i]);
+        UA2CL_ReferenceDescription(list, &result->references[i]);
     }
     references.close();
     nested.close();

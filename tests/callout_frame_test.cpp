@@ -210,8 +210,8 @@ TEST(CalloutArguments, ThatClaimMoreThanTheInputHasAreRefused) {
     auto in = std::make_unique<HostBytes>();
     const unsigned char text[] = {0x05, 0x01, 'a', 'b', 'c'};
     std::memcpy(in->data, text, sizeof text);
-    for (std::uint16_t length = 1; length < sizeof text; ++length) {
-        in->length = length;
+    for (std::size_t length = 1; length < sizeof text; ++length) {
+        in->length = static_cast<std::uint16_t>(length);
         host.library().callRaw("zfSetLogFile", *out, *in);
         EXPECT_EQ(Result(std::vector(out->data, out->data + out->length)).text(),
                   failure(7, 10, "Unknown Error : [B25]"))

@@ -8,6 +8,7 @@ extern "C" {
 #endif
 
 /* To be cast to the signature that the row's argument characters stand for. */
+/* NOLINTNEXTLINE(modernize-use-using,modernize-redundant-void-arg): this header is C as well */
 typedef void (*nimb_function)(void);
 
 /* One row of the table. The strings and the table live as long as the library stays loaded. */

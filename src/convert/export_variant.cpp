@@ -15,9 +15,9 @@ namespace {
 
 constexpr std::size_t kLargestInt = std::numeric_limits<std::int32_t>::max();
 
-/// Nesting depth of lists is bounded: a server may claim a million dimensions of length 1, and each
-/// costs a level of recursion.
-constexpr std::size_t kMaxDimensions = 512;
+/// Nesting depth of lists is bounded: a server may claim a million dimensions of length 1, each of
+/// which costs a level of recursion and the header of a list around every element.
+constexpr std::size_t kMaxDimensions = 32;
 
 /// Lists are written with 32-bit numbers; larger ones show their low half.
 int shown(std::size_t number) { return static_cast<int>(static_cast<std::uint32_t>(number)); }

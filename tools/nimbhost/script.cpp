@@ -168,7 +168,7 @@ void ScriptParser::readRepeat(Statement& out) {
     out.count = readCount(1000000);
     skipBlanks();
     if (at_ == line_.size() || line_[at_] != '{') {
-        fail(at_, "\"{\" is expected, with the repeated lines below and \"}\" in the last line");
+        fail(at_, R"("{" is expected, with the repeated lines below and "}" in the last line)");
     }
     ++at_;
     expectEnd();

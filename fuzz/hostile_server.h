@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace nimb::fuzz {
+
+/// A server on a loopback port that answers requests with given bytes. It serves one connection and
+/// has one thread; further connections end at once.
+class HostileServer {
+  public:
+    enum class Framing {
+        kept,   ///< answers find their requests, their headers are put right
+        asIs,   ///< one message for each request, as its length says, untouched
+        stream  ///< all bytes at once behind the first request
+    };
+
+    /// @param replies  messages of a server, one behind the other
+    HostileServer(std::span<const std::uint8_t> replies, Framing framing);
+    ~HostileServer();
+    HostileServer(const HostileServer&) = delete;
+    HostileServer& operator=(const HostileServer&) = delete;
+
+    std::string url() const { return "opc.tcp://127.0.0.1:" + std::to_string(port_); }
+    /// True once the connection has ended: nothing more can come of further calls.
+    bool finished() const { return finished_; }
+
+  private:
+    void serve();
+    void converse(int connection);
+    bool answer(int connection, const std::string& request);
+    std::string takeReplyTo(const std::string& request);
+    void putRight(std::string& reply, const std::string& request);
+
+    const Framing framing_;
+    std::vector<std::string> replies_;
+    std::uint32_t sequenceNumber_ = 0;
+    int listener_ = -1;
+    int wake_ = -1;
+    std::uint16_t port_ = 0;
+    std::atomic<bool> finished_ = false;
+    std::thread thread_;
+};
+
+}  // namespace nimb::fuzz

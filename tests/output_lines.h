@@ -10,8 +10,8 @@ namespace nimb::test {
 /// stands before its value; time stamps are left out.
 inline std::string linesText(const VeltoROList& lines) {
     std::string text;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const VeltoROList line = lines.at(i).AsVeltoROList();
+    for (const VeltoListItem outer : lines) {
+        const VeltoROList line = outer.AsVeltoROList();
         text += text.empty() ? "[" : " [";
         for (std::size_t item = 1; item < line.size(); ++item) {
             const VeltoROList value = line.at(item).AsVeltoROList();

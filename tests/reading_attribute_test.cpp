@@ -202,7 +202,7 @@ struct WriteCase {
 
 TEST_F(AttributeTest, WritesEveryAcceptedTypeBitForBit) {
     namespace t = plant::type;
-    const double nan = std::bit_cast<double>(0x7FF8000000000123);
+    const auto nan = std::bit_cast<double>(0x7FF8000000000123);
     const WriteCase cases[] = {
         {t::sByte, listOf(-128), 0x80},
         {t::byte, listOf(300), 44},

@@ -16,7 +16,7 @@ constexpr std::uint32_t points = 200;
 
 std::chrono::seconds duration() {
     const char* seconds = std::getenv("NIMB_LOAD_SECONDS");
-    return std::chrono::seconds(seconds == nullptr ? 2 : std::atoi(seconds));
+    return std::chrono::seconds(seconds == nullptr ? 2 : std::strtol(seconds, nullptr, 10));
 }
 
 /// Follows the points and keeps account of what the lines show. Every change adds 1 to a point.
@@ -46,8 +46,8 @@ class LoadedFollower {
         lost = follower_.statistic(polled, lossLeft);
         queued = follower_.statistic(polled, left);
         const VeltoROList taken = polled.sublist(2);
-        for (std::size_t i = 0; i < taken.size(); ++i) {
-            take(taken.at(i).AsVeltoROList());
+        for (const VeltoListItem line : taken) {
+            take(line.AsVeltoROList());
         }
         return true;
     }

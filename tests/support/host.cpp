@@ -28,8 +28,8 @@ bool printable(const std::string& bytes) {
 
 bool isList(const VeltoROList& list) {
     try {
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            const int type = list.at(i).Type();
+        for (const VeltoListItem item : list) {
+            const int type = item.Type();
             if (type == 0 || type == 3 || type > item_code::kIeee) {
                 return false;
             }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "demo_server/plant_nodes.h"
+#include "entry_names.h"
 #include "support/host.h"
 #include "support/test_server.h"
 
@@ -49,61 +50,13 @@ const std::pair<const char*, const char*> kTags[] = {
 };
 
 TEST(CalloutTable, HasItsRowsInOrder) {
-    const char* const names[] = {
-        "zfTest",
-        "zfTestGetInt",
-        "zfTestStatusCodeName",
-        "zfReadLog",
-        "zfGetStatusCodeNameB",
-        "zfGetClientStateNameB",
-        "zfGetSimpleErrorCodeNameB",
-        "zfCreateClientB",
-        "zfGetClientStateB",
-        "zfGetClientStateC",
-        "zfSetupClientB",
-        "zfDestroyClientB",
-        "zfConnectB",
-        "zfDisconnectB",
-        "zfReadBulkSetup",
-        "zfReadBulkSetupB",
-        "zfReadBulkSetupC",
-        "zfReadBulkPoll",
-        "zfReadBulkPollB",
-        "zfReadBulkPollC",
-        "zfReadBulkClear",
-        "zfCreateSubscription",
-        "zfCreateSubscriptionB",
-        "zfPollSubscription",
-        "zfDeleteSubscription",
-        "zfReadAttribute",
-        "zfReadValueAttribute",
-        "zfWriteAttribute",
-        "zfWriteValueAttributeIntB",
-        "zfWriteValueAttributeStrB",
-        "zfDateConvOPCUA2HOROLOG",
-        "zfDateConvHOROLOG2OPCUA",
-        "zfDateConvOPCUA2ODBC",
-        "zfDateConvODBC2OPCUA",
-        "zfDateConvOPCUA2UNIX",
-        "zfDateConvUNIX2OPCUA",
-        "zfGetClientStateD",
-        "zfConnectUser",
-        "zfSetupClientC",
-        "zfGetChannelStateName",
-        "zfGetSessionStateName",
-        "zfBrowse",
-        "zfBrowseNext",
-        "zfVersion",
-        "zfGetUStr",
-        "zfSetLogFile",
-    };
     Host host;
     const auto rows = host.library().rows();
-    ASSERT_EQ(rows.size(), std::size(names));
+    ASSERT_EQ(rows.size(), std::size(kEntryNames));
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        EXPECT_STREQ(rows[i].name, names[i]) << i;
+        EXPECT_STREQ(rows[i].name, kEntryNames[i]) << i;
         const char* arguments = i == 1 ? "P" : i == 2 ? "1Ji" : i == 7 ? "B" : "Bb";
-        EXPECT_STREQ(rows[i].arguments, arguments) << names[i];
+        EXPECT_STREQ(rows[i].arguments, arguments) << kEntryNames[i];
     }
 }
 

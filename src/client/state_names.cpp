@@ -1,8 +1,7 @@
 #include <open62541/types.h>
 
-#include <cstddef>
-
 #include "client/opcua_client.h"
+#include "errors/name_table.h"
 
 namespace nimb {
 
@@ -18,12 +17,6 @@ constexpr const char* kSessionStateNames[] = {
     "Closed", "CreateRequested", "Created", "ActivateRequested", "Activated", "Closing",
 };
 
-template <std::size_t Size>
-const char* nameOf(const char* const (&names)[Size], long state, const char* otherwise) {
-    const bool known = state >= 0 && state < static_cast<long>(Size);
-    return known ? names[state] : otherwise;
-}
-
 }  // namespace
 
 const char* OpcuaClient::getStatusCodeName(unsigned int statusCode) {
@@ -34,11 +27,11 @@ const char* OpcuaClient::getStatusCodeName(unsigned int statusCode) {
 const char* OpcuaClient::getClientStateName(long /*state*/) { return "Deprecated"; }
 
 const char* OpcuaClient::getSecureChannelStateName(long state) {
-    return nameOf(kChannelStateNames, state, "StateUndefined");
+    return nameAt(kChannelStateNames, state, "StateUndefined");
 }
 
 const char* OpcuaClient::getSessionStateName(long state) {
-    return nameOf(kSessionStateNames, state, "Undefined");
+    return nameAt(kSessionStateNames, state, "Undefined");
 }
 
 }  // namespace nimb

@@ -1,6 +1,6 @@
 #include "errors/error_names.h"
 
-#include <cstddef>
+#include "errors/name_table.h"
 
 namespace nimb {
 
@@ -27,12 +27,6 @@ constexpr const char* kApplicationErrorNames[] = {
     kUndefinedApplicationError,  // file errors say what they are in their own text
     "Other error",
 };
-
-template <std::size_t Size>
-const char* nameAt(const char* const (&names)[Size], long index, const char* otherwise) {
-    const bool known = index >= 0 && index < static_cast<long>(Size);
-    return known ? names[index] : otherwise;
-}
 
 }  // namespace
 

@@ -29,10 +29,10 @@ inline constexpr const char* clientUri = "urn:nimbopcua:test-client";
 /// What zfSetupClientC takes beside the handle.
 struct Preparation {
     long long mode = 1;
-    std::string certificate = "";
-    std::string key = "";
-    std::string trusted = "";
-    std::string revoked = "";
+    std::string certificate = {};
+    std::string key = {};
+    std::string trusted = {};
+    std::string revoked = {};
     std::string uri = clientUri;
     long long timeout = 3000;
     int stringMode = 0;

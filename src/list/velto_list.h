@@ -202,8 +202,8 @@ class VeltoList : public VeltoROList {
     std::size_t stuff(std::size_t position, char value) { return stuffAscii(position, &value, 1); }
     /// @}
 
-    /// Appends the item for `value`. Inlined by force, because the way most integers take is shorter
-    /// than a call.
+    /// Appends the item for `value`. Inlined by force, because the way most integers take is
+    /// shorter than a call.
     template <typename T>
     [[gnu::always_inline]] VeltoList& operator+=(const T& value) {
         if constexpr (std::signed_integral<T> && sizeof(T) >= sizeof(int)) {

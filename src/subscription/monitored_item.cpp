@@ -4,9 +4,9 @@
 
 namespace nimb {
 
-OwnedDataValue takeOver(UA_DataValue* value) {
-    OwnedDataValue taken(*value);
-    taken->value.storageType = UA_VARIANT_DATA;
+UA_DataValue takeOver(UA_DataValue* value) {
+    UA_DataValue taken = *value;
+    taken.value.storageType = UA_VARIANT_DATA;
     value->value.storageType = UA_VARIANT_DATA_NODELETE;
     return taken;
 }
@@ -21,7 +21,7 @@ bool MonitoredItem::set(UA_DataValue* value) {
     if (equals_(value, lastValue_.get())) {
         return false;
     }
-    lastValue_ = takeOver(value);
+    lastValue_.reset(takeOver(value));
     return true;
 }
 

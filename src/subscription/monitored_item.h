@@ -11,8 +11,9 @@ class UACExport;
 class VeltoList;
 
 /// Takes over what a data value owns and leaves it marked as not to be freed, so that its holder
-/// may still clear it. Nothing is copied deep.
-[[nodiscard]] OwnedDataValue takeOver(UA_DataValue* value);
+/// may still clear it. Nothing is copied deep. The caller puts the answer into an owner at once; a
+/// bare value, because this is done twice for every change.
+[[nodiscard]] UA_DataValue takeOver(UA_DataValue* value);
 
 /// One node that a subscription follows.
 class MonitoredItem {

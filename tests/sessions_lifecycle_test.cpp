@@ -50,7 +50,7 @@ std::string leftByCycles(const std::string& url) {
     if (!run(300)) return "a call failed";
     const auto open = descriptors() - openBefore;
     const auto bytes = static_cast<long>(mallinfo2().uordblks) - static_cast<long>(bytesBefore);
-    if (open == 0 && bytes < 300 * 100) return "flat";
+    if (open == 0 && bytes < 300L * 100) return "flat";
     return std::to_string(open) + " descriptors, " + std::to_string(bytes) + " bytes";
 }
 

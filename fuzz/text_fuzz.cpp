@@ -15,14 +15,14 @@ namespace {
 using nimb::UACExport;
 using nimb::fuzz::require;
 
-// Written into blocks of exactly the measured size, so that one unit too many is noticed.
+// Written into blocks of exactly the promised size, so that one unit too many is noticed.
 void fromUtf8(std::string_view bytes) {
-    const auto units = nimb::utf16Length(bytes);
+    const auto utf16 = std::make_unique<char16_t[]>(bytes.size());
+    const auto units = nimb::writeUtf16(bytes, reinterpret_cast<unsigned char*>(utf16.get()));
+    require(units == nimb::utf16Length(bytes));
     if (!units) {
         return;
     }
-    const auto utf16 = std::make_unique<char16_t[]>(*units);
-    nimb::writeUtf16(bytes, reinterpret_cast<unsigned char*>(utf16.get()));
     const std::u16string_view text(utf16.get(), *units);
     require(nimb::utf8Length(text) == bytes.size());
     const auto back = std::make_unique<char[]>(bytes.size());

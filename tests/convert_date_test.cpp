@@ -90,8 +90,9 @@ TEST(DateText, KnownInstantsReadAsHostsExpect) {
 
 TEST(DateText, EqualsThePrintedFormForAllInstants) {
     Random random;
-    std::vector<UA_DateTime> instants = {kFirst, kFirst + 1, -1, 0, 1, kLast - 1, kLast};
     const UA_DateTime year0 = -584754 * kDay;
+    std::vector<UA_DateTime> instants = {kFirst, kFirst + 1, -1, 0, 1, kLast - 1, kLast};
+    instants.insert(instants.end(), {year0, year0 + 1, year0 + 2, year0 + kSecond});
     const UA_DateTime year10000 = (3652425 - 584754) * kDay;
     for (const UA_DateTime edge : {year0, year10000, kEpoch, kEpoch + 52883 * kDay}) {
         for (const UA_DateTime step : {UA_DateTime{1}, kSecond, kDay}) {
@@ -102,7 +103,9 @@ TEST(DateText, EqualsThePrintedFormForAllInstants) {
         instants.push_back(static_cast<UA_DateTime>(random.next()));
         instants.push_back(random.between(year0, year10000 - 1));
         instants.push_back(random.between(kEpoch - kSecond, kEpoch + 52883 * kDay));
-        instants.push_back(kEpoch + i % 40 * kSecond + i);  // seconds that come back
+        // Seconds that come back, one after the other and with others in between.
+        instants.push_back(kEpoch + i / 8 % 40 * kSecond + i);
+        instants.push_back(kEpoch + i % 3 * 16 * kSecond + i);
     }
     for (const UA_DateTime time : instants) {
         for (const bool wholeSeconds : {false, true}) {

@@ -248,6 +248,42 @@ TEST(ExportDataValue, EachModeEmitsItsParts) {
     EXPECT_EQ(hex(list), hex(items(absent, absent, 0))) << "what stood before the failure stays";
 }
 
+TEST(ExportDataValue, NumbersWrittenInOneGoReadAsItemByItem) {
+    const UACExport e{VARIANT_NESTED, DATA_VALUE_WITH_TIMES, 0, 0, DATE_ODBC, STRING_BYTES};
+    UA_DataValue dv{};
+    dv.sourceTimestamp = 133485408001234567;
+    dv.serverTimestamp = std::numeric_limits<UA_DateTime>::min();
+    for (const long long bits : {0LL, 1LL, -1LL, 255LL, 256LL, -256LL, -0x100000LL, -0x100001LL,
+                                 -0x1000001LL, 0x7FFFFFFFLL, std::numeric_limits<long long>::max(),
+                                 std::numeric_limits<long long>::min()}) {
+        for (const int type : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 18}) {
+            long long data = bits;
+            dv.value = scalar(type, &data);
+            dv.status = static_cast<UA_StatusCode>(bits);
+            VeltoList number, source, server;
+            e.addToVeltoList(&number, type, &data, false);
+            UACExport::addAsODBCDate(&source, &dv.sourceTimestamp, false);
+            UACExport::addAsODBCDate(&server, &dv.serverTimestamp, false);
+            VeltoList parts(source);
+            parts.appendList(server);
+            parts += static_cast<long long>(dv.status);
+            parts.appendList(number);
+            number.appendList(source);
+            EXPECT_EQ(exported(22, dv, e), hex(parts)) << bits << " as " << type;
+            VeltoList nested;
+            e.addNestedDataValue(&nested, dv);
+            EXPECT_TRUE(e.addNestedNumberAndTime(&nested, dv));
+            EXPECT_EQ(hex(nested), hex(items(parts, number))) << bits << " as " << type;
+            EXPECT_EQ(nested.size(), 2U);
+        }
+    }
+    UA_String text = uaString("no number");
+    dv.value = scalar(UA_TYPES_STRING, &text);
+    VeltoList list;
+    EXPECT_FALSE(e.addNestedNumberAndTime(&list, dv));
+    EXPECT_EQ(list.datalength(), 0U);
+}
+
 TEST(ExportVariant, EachModeHasItsFormForScalarsArraysAndNulls) {
     int numbers[] = {7, 8};
     std::vector<UA_UInt32> none;

@@ -27,6 +27,9 @@ UACErr conversionFailed(const char* tag, std::size_t index) {
 // [value, source timestamp], an empty string standing for what the server did not send.
 void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_DataValue& value,
                         bool& inValue) {
+    if (value.hasValue && value.hasSourceTimestamp && exporter.addNestedNumberAndTime(out, value)) {
+        return;
+    }
     NestedList node(*out);
     inValue = true;
     if (value.hasValue) {
@@ -133,9 +136,7 @@ UACErr OpcuaClient::readBulkPollC(VeltoList* out, long queryHandle, bool valueRe
         for (; i < response->resultsSize; ++i) {
             const UA_DataValue& value = response->results[i];
             if (value.hasValue) {
-                NestedList node(*out);
-                exporter.UA2CL_DataValue(out, &value);
-                node.close();
+                exporter.addNestedDataValue(out, value);
             } else if (valueRequired) {
                 return {UACERR_SERVER, 10, "Missing return value [rbp-c] : idx = %d",
                         static_cast<int>(i + 1)};

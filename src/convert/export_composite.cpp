@@ -1,9 +1,7 @@
 #include <initializer_list>
 
 #include "convert/number_items.h"
-#include "convert/type_index.h"
 #include "convert/ua_export.h"
-#include "convert/variant_shape.h"
 #include "errors/uac_err.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
@@ -36,11 +34,6 @@ int identifierTypeIndex(UA_NodeIdType type) {
             return UA_TYPES_BYTESTRING;
     }
     throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
-}
-
-/// The short way for what nearly every value is; it writes what the long way would.
-bool appendScalarNumber(VeltoList& list, const UA_Variant& variant) {
-    return isScalar(variant) && appendNumber(list, typeIndexOf(variant.type), variant.data);
 }
 
 }  // namespace
@@ -120,62 +113,6 @@ void UACExport::UA2CL_BrowseResult(VeltoList* list, const UA_BrowseResult* resul
     }
     references.close();
     nested.close();
-}
-
-long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) const {
-    try {
-        addDataValueParts(list, *dataValue);
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        throw UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION, "UA2CL_DataValue");
-    }
-    return UA_TYPES_DATAVALUE;
-}
-
-void UACExport::addDataValueParts(VeltoList* list, const UA_DataValue& dataValue) const {
-    switch (dataValueMode) {
-        case DATA_VALUE_ONLY:
-            addToVeltoList(list, UA_TYPES_VARIANT, &dataValue.value, false);
-            break;
-        case DATA_VALUE_SOURCE_TIME:
-            addDate(list, &dataValue.sourceTimestamp);
-            break;
-        case DATA_VALUE_SERVER_TIME:
-            addDate(list, &dataValue.serverTimestamp);
-            break;
-        case DATA_VALUE_WITH_TIMES:
-        case DATA_VALUE_WITH_TIMES_FLAT:
-            addDate(list, &dataValue.sourceTimestamp);
-            addDate(list, &dataValue.serverTimestamp);
-            *list += static_cast<long long>(dataValue.status);
-            if (variantMode != VARIANT_FULL && appendScalarNumber(*list, dataValue.value)) {
-                break;
-            }
-            if (dataValueMode == DATA_VALUE_WITH_TIMES) {
-                UA2CL(list, UA_TYPES_VARIANT, &dataValue.value);
-            } else {
-                addToVeltoList(list, UA_TYPES_VARIANT, &dataValue.value, true);
-            }
-            break;
-        default:
-            addEveryPart(list, dataValue);
-            break;
-    }
-}
-
-void UACExport::addEveryPart(VeltoList* list, const UA_DataValue& dataValue) const {
-    UA2CL(list, UA_TYPES_VARIANT, &dataValue.value);
-    addDate(list, &dataValue.sourceTimestamp);
-    addDate(list, &dataValue.serverTimestamp);
-    *list += int{dataValue.sourcePicoseconds};
-    *list += int{dataValue.serverPicoseconds};
-    *list += static_cast<long long>(dataValue.status);
-    for (const bool has : {dataValue.hasValue, dataValue.hasStatus, dataValue.hasSourceTimestamp,
-                           dataValue.hasServerTimestamp, dataValue.hasSourcePicoseconds,
-                           dataValue.hasServerPicoseconds}) {
-        *list += has ? 1 : 0;
-    }
 }
 
 }  // namespace nimb

@@ -4,7 +4,7 @@
 #include "convert/string_convert.h"
 #include "convert/ua_export.h"
 #include "convert/utf.h"
-#include "list/nested_list.h"
+#include "list/item_writer.h"
 #include "list/velto_list.h"
 
 namespace nimb {
@@ -20,6 +20,26 @@ void appendBytes(VeltoList& list, std::string_view bytes) {
     if (!bytes.empty()) {
         std::memcpy(payload, bytes.data(), bytes.size());
     }
+}
+
+/// Appends UTF-8 as a UTF-16 item. False, and nothing appended, when it is not valid.
+bool appendUtf16(VeltoList& list, std::string_view text) {
+    const std::size_t most = 2 * text.size();  // one unit a byte
+    if (ItemWriter::fits(most)) {
+        ItemWriter items(list, ItemWriter::kHeaderBytes + most);
+        const auto units = writeUtf16(text, items.nextPayload());
+        if (units) {
+            items.appendItem(item_code::kUnicode, 2 * *units);
+            items.commit(1);
+        }
+        return units.has_value();
+    }
+    const auto units = utf16Length(text);
+    if (units) {
+        list.ensureBuffer(list.datalength() + ItemHeader::kLongBytes + 1 + most);
+        writeUtf16(text, list.appendItem(item_code::kUnicode, 2 * *units));
+    }
+    return units.has_value();
 }
 
 }  // namespace
@@ -116,13 +136,14 @@ void UACExport::add(VeltoList* list, const UA_String* text) const {
     if (stringMode != STRING_UTF16 && stringMode != STRING_UTF16_OR_EMPTY) {
         return;
     }
-    if (const auto units = utf16Length(bytes)) {
-        writeUtf16(bytes, list->appendItem(item_code::kUnicode, 2 * *units));
-    } else if (stringMode == STRING_UTF16_OR_EMPTY) {
-        appendBytes(*list, {});
-    } else {
-        throw invalidUtf8(bytes);
+    if (appendUtf16(*list, bytes)) {
+        return;
     }
+    if (stringMode == STRING_UTF16_OR_EMPTY) {
+        appendBytes(*list, {});
+        return;
+    }
+    throw invalidUtf8(bytes);
 }
 
 void UACExport::addDate(VeltoList* list, const UA_DateTime* time) const {

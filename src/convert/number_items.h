@@ -15,8 +15,10 @@ inline bool isNumber(long typeIndex) {
 
 /// Appends a value of a numeric type, Boolean and StatusCode included. These are most of what a
 /// plant sends, and writing them cannot fail but for memory.
+/// @tparam Items  VeltoList or ItemWriter
 /// @return false for any other type; nothing is appended then
-inline bool appendNumber(VeltoList& list, long typeIndex, const void* value) {
+template <typename Items>
+[[gnu::always_inline]] inline bool appendNumber(Items& list, long typeIndex, const void* value) {
     switch (typeIndex) {
         case UA_TYPES_BOOLEAN:
             // As a byte: a bool in memory that came off the wire may hold more than 0 and 1.

@@ -42,14 +42,16 @@ UA_String UACExport::AString2UAString(std::string* text) {
 
 std::u16string UACExport::UAString2XString(const UA_String* text, void** /*extra*/) {
     const std::string_view bytes = bytesOf(*text);
-    const auto units = utf16Length(bytes);
-    if (!units) {
-        throw invalidUtf8(bytes);
-    }
     try {
-        std::u16string result(*units, u'\0');
-        writeUtf16(bytes, reinterpret_cast<unsigned char*>(result.data()));
+        std::u16string result(bytes.size(), u'\0');
+        const auto units = writeUtf16(bytes, reinterpret_cast<unsigned char*>(result.data()));
+        if (!units) {
+            throw invalidUtf8(bytes);
+        }
+        result.resize(*units);
         return result;
+    } catch (const UACErr&) {
+        throw;
     } catch (...) {
         throw UACErr(UACERR_UNKNOWN, 10,
                      "Unknown error converting string from UTF-8 to UTF-16 [c16]");

@@ -85,6 +85,13 @@ class UACExport {
     /// them or not: an absent one is the DateTime 0. Returns 22.
     long UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) const;
 
+    /// Appends the items of UA2CL_DataValue as one nested list.
+    void addNestedDataValue(VeltoList* list, const UA_DataValue& dataValue) const;
+
+    /// Appends [value, source time] as one nested list where the value is a scalar number and dates
+    /// are ODBC text; otherwise appends nothing and returns false.
+    bool addNestedNumberAndTime(VeltoList* list, const UA_DataValue& dataValue) const;
+
     /// Appends the variant as `variantMode` says. `flat` adds the dimension count behind a nested
     /// array. Returns 23, for a bare scalar what addToVeltoList returns, for a null item 0.
     long UA2CL_Variant(VeltoList* list, const UA_Variant* variant, bool flat) const;
@@ -181,6 +188,9 @@ class UACExport {
     void addNodeIdParts(VeltoList* list, const UA_NodeId& id,
                         const UA_ExpandedNodeId* expanded) const;
     void addDataValueParts(VeltoList* list, const UA_DataValue& dataValue) const;
+    /// Whether the value is a scalar number, whose items and dates have a largest size.
+    bool makesPlainNumber(const UA_Variant& value) const;
+    void addTimesAndValue(VeltoList* list, const UA_DataValue& dataValue) const;
     void addEveryPart(VeltoList* list, const UA_DataValue& dataValue) const;
     void addNestedArray(VeltoList* list, const UA_Variant& variant, bool flat) const;
     void addFullForm(VeltoList* list, const UA_Variant& scalar) const;

@@ -1,5 +1,6 @@
 #include "convert/utf.h"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -85,26 +86,35 @@ char* putUtf8(char* out, char32_t c) {
     return out + bytes;
 }
 
-/// Length of the ASCII text at the front, in whole groups of eight bytes.
-std::size_t asciiGroups(std::string_view text) {
+using EightBytes [[gnu::vector_size(8)]] = std::uint8_t;
+using EightUnits [[gnu::vector_size(16)]] = std::uint16_t;
+
+constexpr std::size_t kGroup = sizeof(EightBytes);
+
+/// Number of ASCII characters at the front of the kGroup bytes at `text`.
+std::size_t asciiInGroup(const char* text) {
     constexpr std::uint64_t highBits = 0x8080808080808080;
-    std::size_t i = 0;
-    for (; i + 8 <= text.size(); i += 8) {
-        std::uint64_t group;
-        std::memcpy(&group, text.data() + i, sizeof group);
-        if ((group & highBits) != 0) {
-            break;
-        }
-    }
-    return i;
+    std::uint64_t group;
+    std::memcpy(&group, text, sizeof group);
+    group &= highBits;
+    return group == 0 ? kGroup : static_cast<std::size_t>(std::countr_zero(group)) / 8;
 }
 
-/// Four bytes as four 16-bit units, the lowest first.
-std::uint64_t widenFour(const char* bytes) {
-    std::uint32_t four;
-    std::memcpy(&four, bytes, sizeof four);
-    const std::uint64_t pairs = (four | std::uint64_t{four} << 16) & 0x0000FFFF0000FFFF;
-    return (pairs | pairs << 8) & 0x00FF00FF00FF00FF;
+/// Writes the kGroup bytes at `text` as 16-bit units each.
+void widenGroup(const char* text, unsigned char* out) {
+    EightBytes bytes;
+    std::memcpy(&bytes, text, sizeof bytes);
+    const auto units = __builtin_convertvector(bytes, EightUnits);
+    std::memcpy(out, &units, sizeof units);
+}
+
+/// Writes one character, of one unit or two.
+unsigned char* putUtf16(unsigned char* out, char32_t c) {
+    if (c < kFirstSupplementary) [[likely]] {
+        return putUnit(out, c);
+    }
+    out = putUnit(out, 0xD7C0 + (c >> 10));
+    return putUnit(out, 0xDC00 + (c & 0x3FF));
 }
 
 }  // namespace
@@ -112,41 +122,43 @@ std::uint64_t widenFour(const char* bytes) {
 std::optional<std::size_t> utf16Length(std::string_view utf8) {
     std::size_t units = 0;
     while (!utf8.empty()) {
-        const std::size_t ascii = asciiGroups(utf8);
+        const std::size_t ascii = utf8.size() >= kGroup ? asciiInGroup(utf8.data()) : 0;
         units += ascii;
         utf8.remove_prefix(ascii);
-        // Eight characters by hand before looking for ASCII groups again.
-        for (int i = 0; i < 8 && !utf8.empty(); ++i) {
-            const Character c = decodeUtf8(utf8);
-            if (c.units == 0) {
-                return std::nullopt;
-            }
-            units += c.codePoint < kFirstSupplementary ? 1 : 2;
-            utf8.remove_prefix(c.units);
+        if (ascii == kGroup) {
+            continue;
         }
+        const Character c = decodeUtf8(utf8);
+        if (c.units == 0) {
+            return std::nullopt;
+        }
+        units += c.codePoint < kFirstSupplementary ? 1 : 2;
+        utf8.remove_prefix(c.units);
     }
     return units;
 }
 
-void writeUtf16(std::string_view utf8, unsigned char* out) {
+std::optional<std::size_t> writeUtf16(std::string_view utf8, unsigned char* out) {
+    const unsigned char* const begin = out;
     while (!utf8.empty()) {
-        const std::size_t ascii = asciiGroups(utf8);
-        for (std::size_t i = 0; i < ascii; i += 4, out += 8) {
-            const std::uint64_t wide = widenFour(utf8.data() + i);
-            std::memcpy(out, &wide, sizeof wide);
-        }
-        utf8.remove_prefix(ascii);
-        for (int i = 0; i < 8 && !utf8.empty(); ++i) {
-            const Character c = decodeUtf8(utf8);
-            if (c.codePoint < kFirstSupplementary) {
-                out = putUnit(out, c.codePoint);
-            } else {
-                out = putUnit(out, 0xD7C0 + (c.codePoint >> 10));
-                out = putUnit(out, 0xDC00 + (c.codePoint & 0x3FF));
+        if (utf8.size() >= kGroup) {
+            // What does not belong to the text yet is written over by what does.
+            widenGroup(utf8.data(), out);
+            const std::size_t ascii = asciiInGroup(utf8.data());
+            out += 2 * ascii;
+            utf8.remove_prefix(ascii);
+            if (ascii == kGroup) {
+                continue;
             }
-            utf8.remove_prefix(c.units);
         }
+        const Character c = decodeUtf8(utf8);
+        if (c.units == 0) {
+            return std::nullopt;
+        }
+        out = putUtf16(out, c.codePoint);
+        utf8.remove_prefix(c.units);
     }
+    return static_cast<std::size_t>(out - begin) / 2;
 }
 
 std::optional<std::size_t> utf8Length(std::u16string_view utf16) {

@@ -140,6 +140,13 @@ std::size_t VeltoList::writeHeader(unsigned char* at, std::size_t content) noexc
     return ItemHeader::kLongBytes;
 }
 
+void VeltoList::makeRoom(std::size_t most) {
+    if (most > SIZE_MAX - length_) {
+        throwTooLarge();
+    }
+    ensureBuffer(length_ + most);
+}
+
 std::size_t VeltoList::makeItemSlow(std::size_t position, std::size_t content) {
     if (position > length_) {
         throw std::exception();

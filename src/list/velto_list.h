@@ -229,6 +229,7 @@ class VeltoList : public VeltoROList {
     VeltoListIterator erase(VeltoListIterator where);
 
   private:
+    friend class ItemWriter;
     friend class NestedList;
     template <typename T>
     friend VeltoList operator+(const VeltoROList& list, const T& value);
@@ -259,6 +260,20 @@ class VeltoList : public VeltoROList {
         bookItem(2 + payloadBytes);
         return true;
     }
+
+    /// The list's end, with room for `most` bytes there.
+    unsigned char* roomFor(std::size_t most) {
+        if (capacity_ - length_ < most) [[unlikely]] {
+            makeRoom(most);
+        }
+        return bytes() + length_;
+    }
+    /// Takes over what was written from there up to `end`.
+    void takeAppended(const unsigned char* end, std::size_t items) noexcept {
+        length_ = static_cast<std::uint64_t>(end - data_);
+        itemCount_ += items;
+    }
+    void makeRoom(std::size_t most);
 
     std::size_t makeItemSlow(std::size_t position, std::size_t content);
     static std::size_t writeHeader(unsigned char* at, std::size_t content) noexcept;

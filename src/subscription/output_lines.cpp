@@ -54,9 +54,7 @@ bool Subscription::takeInFront(std::vector<bool>& seen) {
 void Subscription::appendLastValues(VeltoList* out) const {
     out->stuffAscii(out->datalength(), nullptr, 0);  // hosts expect every line to begin with it
     for (const MonitoredItem* item : itemsByIndex_) {
-        NestedList value(*out);
-        exportOptions_.UA2CL_DataValue(out, &item->lastValue());
-        value.close();
+        exportOptions_.addNestedDataValue(out, item->lastValue());
     }
 }
 

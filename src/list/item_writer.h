@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+#include "list/velto_list.h"
+
+namespace nimb {
+
+/// Appends a run of short items whose largest size is known beforehand: room is made once for all
+/// of them, and each is then a few plain stores. The members that VeltoList has too write the same
+/// bytes. The list is not used between construction and commit(); without commit() it stays as it
+/// was. Inlined by force: out of line, each member would keep the writer in memory.
+class ItemWriter {
+  public:
+    static constexpr std::size_t kHeaderBytes = 2;  ///< length and type
+    /// Room that one integer or one double needs.
+    static constexpr std::size_t kNumberRoom = 10;
+
+    /// Whether a payload of that many bytes can be written here.
+    static constexpr bool fits(std::size_t payloadLength) {
+        return payloadLength + 1 < ItemHeader::kShortLimit;
+    }
+
+    /// @param most  bytes that all items together may take
+    /// @throws std::bad_alloc
+    ItemWriter(VeltoList& list, std::size_t most) : list_(list), at_(list.roomFor(most)) {}
+    ItemWriter(const ItemWriter&) = delete;
+    ItemWriter& operator=(const ItemWriter&) = delete;
+
+    /// Writes header and type and returns the payload's address.
+    /// @param payloadLength  one that fits()
+    [[gnu::always_inline]] unsigned char* appendItem(unsigned char type,
+                                                     std::size_t payloadLength) {
+        unsigned char* item = at_;
+        item[0] = static_cast<unsigned char>(payloadLength + kHeaderBytes);
+        item[1] = type;
+        at_ += payloadLength + kHeaderBytes;
+        return item + kHeaderBytes;
+    }
+
+    [[gnu::always_inline]] ItemWriter& operator+=(int value) {
+        return integer(value,
+                       value < 0 ? VeltoList::negIntBytes(value) : VeltoList::posBytes(value));
+    }
+    [[gnu::always_inline]] ItemWriter& operator+=(long long value) {
+        return integer(value,
+                       value < 0 ? VeltoList::negLongBytes(value) : VeltoList::posBytes(value));
+    }
+
+    [[gnu::always_inline]] void appendIEEE64(double value) {
+        std::memcpy(appendItem(item_code::kIeee, sizeof value), &value, sizeof value);
+    }
+
+    /// Where the payload of the next item will begin, for those whose length only writing tells.
+    unsigned char* nextPayload() const { return at_ + kHeaderBytes; }
+
+    /// Begins a nested list, which must stay short, and returns what closeList() takes.
+    unsigned char* openList() {
+        unsigned char* item = at_;
+        item[1] = item_code::kBytes;
+        at_ += kHeaderBytes;
+        return item;
+    }
+    void closeList(unsigned char* item) { item[0] = static_cast<unsigned char>(at_ - item); }
+
+    /// Makes what was written the list's.
+    /// @param items  number of items, a nested list being one
+    void commit(std::size_t items) noexcept { list_.takeAppended(at_, items); }
+
+  private:
+    [[gnu::always_inline]] ItemWriter& integer(long long value, std::size_t bytes) {
+        const unsigned char type = value < 0 ? item_code::kNegInteger : item_code::kPosInteger;
+        // All eight bytes in one store; what is too many is written over by what follows.
+        std::memcpy(appendItem(type, bytes), &value, sizeof value);
+        return *this;
+    }
+
+    VeltoList& list_;
+    unsigned char* at_;
+};
+
+}  // namespace nimb

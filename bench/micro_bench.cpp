@@ -6,6 +6,7 @@
 #include <array>
 #include <msgpack.hpp>
 #include <string>
+#include <vector>
 
 #include "convert/ua_export.h"
 #include "list/velto_list.h"
@@ -192,6 +193,32 @@ void writeDate(benchmark::State& state) {
 }
 BENCHMARK(writeDate<UACExport::addAsODBCDate>)->Name("odbcDate")->Arg(0)->Arg(7)->Arg(86400);
 BENCHMARK(writeDate<UACExport::addAsHorolog>)->Name("horologDate")->Arg(0)->Arg(7);
+
+/// The values of a poll, as they come out of the stack, to one nested list each. Every source time
+/// lies in a second of its own; the server's times are those of one response.
+void exportValues(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    std::vector<double> numbers(count);
+    std::vector<UA_DataValue> values(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        numbers[i] = static_cast<double>(i) / 8;
+        UA_Variant_setScalar(&values[i].value, &numbers[i], &UA_TYPES[UA_TYPES_DOUBLE]);
+        values[i].sourceTimestamp = someTime + static_cast<UA_DateTime>(i) * (ticksPerSecond + 1);
+        values[i].serverTimestamp = someTime + static_cast<UA_DateTime>(i) * 7;
+    }
+    UACExport exporter;
+    exporter.variantMode = nimb::VARIANT_NESTED;
+    exporter.dataValueMode = nimb::DATA_VALUE_WITH_TIMES;
+    exporter.dateMode = nimb::DATE_ODBC;
+    VeltoList list;
+    for (auto _ : state) {
+        list.Reset();
+        for (const UA_DataValue& value : values) exporter.addNestedDataValue(&list, value);
+        benchmark::DoNotOptimize(list.data());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(exportValues)->Arg(200);
 
 void readHorolog(benchmark::State& state) {
     const VeltoList list = VeltoList() + std::string("66840,43200.123456");

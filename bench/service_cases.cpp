@@ -201,7 +201,7 @@ void addPolls(std::vector<Case>& cases, std::uint32_t count, std::array<double, 
             {std::string("poll ") + letters[i] + " of " + std::to_string(count) + " doubles",
              Unit::ratio,
              targets[i],
-             {5, 1, 400},
+             {5, 1, 1600},
              [entry = entries[i], count](const Setting& setting) {
                  return pollContest(setting, entry, Mix::doubles, count);
              }});
@@ -215,8 +215,8 @@ Contest pollContest(const Setting& setting, const char* entry, Mix mix, std::uin
 }
 
 void addServiceCases(std::vector<Case>& cases) {
-    constexpr Plan single{20, 1, 400};
-    constexpr Plan many{5, 1, 400};
+    constexpr Plan single{20, 1, 800};
+    constexpr Plan many{5, 1, 1600};
     cases.push_back({"read of one node", Unit::ratio, 1.03, single, prepared<SingleRead>()});
     cases.push_back({"write of one node", Unit::ratio, 1.03, single, prepared<SingleWrite>()});
     addPolls(cases, 10, {1.05, 1.05, 1.05});

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "convert/string_mode.h"
+#include "convert/type_index.h"
 #include "convert_items.h"
 
 namespace nimb {
@@ -248,40 +249,100 @@ TEST(ExportDataValue, EachModeEmitsItsParts) {
     EXPECT_EQ(hex(list), hex(items(absent, absent, 0))) << "what stood before the failure stays";
 }
 
+/// What two lists hold, one behind the other.
+VeltoList joined(std::initializer_list<VeltoList> lists) {
+    VeltoList all;
+    for (const VeltoList& list : lists) {
+        all.appendList(list);
+    }
+    return all;
+}
+
+/// Compares what is written of a value in one go with its parts written one by one.
+void expectItemByItem(const UA_DataValue& dv, int stringMode) {
+    const UACExport e{VARIANT_NESTED, DATA_VALUE_WITH_TIMES, 0, 0, DATE_ODBC, stringMode};
+    VeltoList value, source, server;
+    e.addToVeltoList(&value, typeIndexOf(dv.value.type), dv.value.data, false);
+    UACExport::addAsODBCDate(&source, &dv.sourceTimestamp, false);
+    UACExport::addAsODBCDate(&server, &dv.serverTimestamp, false);
+    const VeltoList status = items(static_cast<long long>(dv.status));
+    const VeltoList parts = joined({source, server, status, value});
+    EXPECT_EQ(exported(22, dv, e), hex(parts));
+    VeltoList nested;
+    e.addNestedDataValue(&nested, dv);
+    VeltoList expected = items(parts);
+    if (e.addNestedShortAndTime(&nested, dv)) {
+        expected += joined({value, source});
+    }
+    EXPECT_EQ(hex(nested), hex(expected));
+    EXPECT_EQ(nested.size(), expected.size());
+}
+
 TEST(ExportDataValue, NumbersWrittenInOneGoReadAsItemByItem) {
-    const UACExport e{VARIANT_NESTED, DATA_VALUE_WITH_TIMES, 0, 0, DATE_ODBC, STRING_BYTES};
     UA_DataValue dv{};
     dv.sourceTimestamp = 133485408001234567;
     dv.serverTimestamp = std::numeric_limits<UA_DateTime>::min();
-    for (const long long bits : {0LL, 1LL, -1LL, 255LL, 256LL, -256LL, -0x100000LL, -0x100001LL,
-                                 -0x1000001LL, 0x7FFFFFFFLL, std::numeric_limits<long long>::max(),
-                                 std::numeric_limits<long long>::min()}) {
+    for (long long bits : {0LL, 1LL, -1LL, 255LL, 256LL, -256LL, -0x100000LL, -0x100001LL,
+                           -0x1000001LL, 0x7FFFFFFFLL, std::numeric_limits<long long>::max(),
+                           std::numeric_limits<long long>::min()}) {
         for (const int type : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 18}) {
-            long long data = bits;
-            dv.value = scalar(type, &data);
+            SCOPED_TRACE(std::to_string(bits) + " as " + std::to_string(type));
+            dv.value = scalar(type, &bits);
             dv.status = static_cast<UA_StatusCode>(bits);
-            VeltoList number, source, server;
-            e.addToVeltoList(&number, type, &data, false);
-            UACExport::addAsODBCDate(&source, &dv.sourceTimestamp, false);
-            UACExport::addAsODBCDate(&server, &dv.serverTimestamp, false);
-            VeltoList parts(source);
-            parts.appendList(server);
-            parts += static_cast<long long>(dv.status);
-            parts.appendList(number);
-            number.appendList(source);
-            EXPECT_EQ(exported(22, dv, e), hex(parts)) << bits << " as " << type;
-            VeltoList nested;
-            e.addNestedDataValue(&nested, dv);
-            EXPECT_TRUE(e.addNestedNumberAndTime(&nested, dv));
-            EXPECT_EQ(hex(nested), hex(items(parts, number))) << bits << " as " << type;
-            EXPECT_EQ(nested.size(), 2U);
+            expectItemByItem(dv, STRING_BYTES);
         }
     }
-    UA_String text = uaString("no number");
-    dv.value = scalar(UA_TYPES_STRING, &text);
-    VeltoList list;
-    EXPECT_FALSE(e.addNestedNumberAndTime(&list, dv));
-    EXPECT_EQ(list.datalength(), 0U);
+}
+
+TEST(ExportDataValue, TextsOfEveryLengthReadAsItemByItem) {
+    for (std::size_t length = 0; length < 300; ++length) {
+        for (const char* ending :
+             {"", "\xC3\xA9", "\xC3\xA9 \xE2\x82\xAC\xF0\x9F\x98\x80", "\xFF"}) {
+            std::string bytes = std::string(length, 'x') + ending;
+            UA_String text = uaString(bytes.c_str());
+            UA_DataValue dv{};
+            dv.value = scalar(UA_TYPES_STRING, &text);
+            for (const int mode : {STRING_BYTES, STRING_UTF16, STRING_UTF16_OR_EMPTY}) {
+                SCOPED_TRACE(std::to_string(length) + ending + std::to_string(mode));
+                if (mode != STRING_UTF16 || bytes.back() != '\xFF') {
+                    expectItemByItem(dv, mode);
+                }
+            }
+        }
+    }
+}
+
+TEST(ExportComposite, ReferencesReadAlikeWhateverTheLengthOfTheirTexts) {
+    for (std::size_t length = 0; length < 260; ++length) {
+        const std::string name(length, 'n');
+        UA_ReferenceDescription rd{};
+        rd.referenceTypeId = UA_NODEID_NUMERIC(65535, 0xFFFFFFFF);
+        rd.nodeId = {nodeId(UA_NODEIDTYPE_STRING), uaString("urn:x"), 0xFFFFFFFF};
+        rd.browseName = {65535, uaString(name.c_str())};
+        rd.displayName = {uaString("en"), uaString("D\xC3\xA9")};
+        rd.typeDefinition.nodeId = UA_NODEID_NUMERIC(65535, 0xFFFFFFFF);
+        rd.typeDefinition.serverIndex = 0xFFFFFFFF;
+        for (const int mode : {STRING_BYTES, STRING_UTF16, STRING_UTF16_OR_EMPTY}) {
+            UACExport e = exporter(3);
+            e.stringMode = mode;
+            const auto text = [&](const UA_String& bytes) {
+                VeltoList list;
+                e.add(&list, &bytes);
+                return list;
+            };
+            const long long most = 0xFFFFFFFF;
+            const VeltoList expected = items(
+                joined({items(items(65535, most, 0, 6), 0),
+                        items(joined({items(2), text(uaString("abc")), items(3, 11),
+                                      text(uaString("urn:x")), items(most)})),
+                        items(joined({text(rd.browseName.name), items(65535)})),
+                        items(joined({text(rd.displayName.text), text(rd.displayName.locale)})),
+                        items(s(""), joined({items(65535, most, 0, 6), text({}), items(most)}))}));
+            VeltoList list;
+            e.UA2CL_ReferenceDescription(&list, &rd);
+            EXPECT_EQ(hex(list), hex(expected)) << length << " in mode " << mode;
+        }
+    }
 }
 
 TEST(ExportVariant, EachModeHasItsFormForScalarsArraysAndNulls) {

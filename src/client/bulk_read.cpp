@@ -27,7 +27,7 @@ UACErr conversionFailed(const char* tag, std::size_t index) {
 // [value, source timestamp], an empty string standing for what the server did not send.
 void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_DataValue& value,
                         bool& inValue) {
-    if (value.hasValue && value.hasSourceTimestamp && exporter.addNestedNumberAndTime(out, value)) {
+    if (value.hasValue && value.hasSourceTimestamp && exporter.addNestedShortAndTime(out, value)) {
         return;
     }
     NestedList node(*out);

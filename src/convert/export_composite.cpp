@@ -1,22 +1,29 @@
+#include <algorithm>
 #include <initializer_list>
 
 #include "convert/number_items.h"
+#include "convert/short_text.h"
+#include "convert/string_convert.h"
 #include "convert/ua_export.h"
 #include "errors/uac_err.h"
+#include "list/item_writer.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
 
 namespace nimb {
 namespace {
 
-/// Runs `write` on the list itself when `flat`, otherwise inside one nested list.
-template <typename Write>
-void writeGroup(VeltoList* list, bool flat, Write write) {
+// Composites are written to a list, or to an ItemWriter where their largest size is known: the same
+// items by the same code. Inlined by force, because a writer passed on would be kept in memory.
+
+/// Runs `write` on the items themselves when `flat`, otherwise inside one nested list.
+template <typename Items, typename Write>
+[[gnu::always_inline]] inline void writeGroup(Items& items, bool flat, Write write) {
     if (flat) {
         write();
         return;
     }
-    NestedList nested(*list);
+    typename Items::Nested nested(items);
     write();
     nested.close();
 }
@@ -36,47 +43,124 @@ int identifierTypeIndex(UA_NodeIdType type) {
     throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
 }
 
+void writeText(const UACExport& exporter, VeltoList& list, const UA_String& text) {
+    exporter.add(&list, &text);
+}
+
+[[gnu::always_inline]] inline void writeText(const UACExport& exporter, ItemWriter& items,
+                                             const UA_String& text) {
+    writeShortText(items, bytesOf(text), exporter.stringMode);
+}
+
+template <typename Items>
+[[gnu::always_inline]] inline void writeNodeIdParts(const UACExport& exporter, Items& items,
+                                                    const UA_NodeId& id,
+                                                    const UA_ExpandedNodeId* expanded) {
+    const int identifierType = identifierTypeIndex(id.identifierType);
+    items += int{id.namespaceIndex};
+    if (id.identifierType == UA_NODEIDTYPE_NUMERIC) {
+        items += static_cast<long long>(id.identifier.numeric);
+    } else if (id.identifierType == UA_NODEIDTYPE_STRING) {
+        writeText(exporter, items, id.identifier.string);
+    } else {
+        items.appendItem(item_code::kBytes, 0);  // hosts have no form for these identifiers
+    }
+    items += static_cast<int>(id.identifierType);
+    items += identifierType;
+    if (expanded != nullptr) {
+        writeText(exporter, items, expanded->namespaceUri);
+        items += static_cast<long long>(expanded->serverIndex);
+    }
+}
+
+void writeNodeId(const UACExport& exporter, VeltoList& list, const UA_NodeId& id,
+                 const UA_ExpandedNodeId* expanded) {
+    exporter.UA2CL_NodeId(&list, &id, expanded, false);
+}
+
+[[gnu::always_inline]] inline void writeNodeId(const UACExport& exporter, ItemWriter& items,
+                                               const UA_NodeId& id,
+                                               const UA_ExpandedNodeId* expanded) {
+    writeGroup(items, false, [&] { writeNodeIdParts(exporter, items, id, expanded); });
+}
+
+template <typename Items>
+[[gnu::always_inline]] inline void writeQualifiedName(const UACExport& exporter, Items& items,
+                                                      const UA_QualifiedName& name, bool flat) {
+    writeGroup(items, flat, [&] {
+        writeText(exporter, items, name.name);
+        items += int{name.namespaceIndex};
+    });
+}
+
+template <typename Items>
+[[gnu::always_inline]] inline void writeLocalizedText(const UACExport& exporter, Items& items,
+                                                      const UA_LocalizedText& text, bool flat) {
+    // Text before locale, against the order in the structure: hosts read them so.
+    writeGroup(items, flat, [&] {
+        writeText(exporter, items, text.text);
+        writeText(exporter, items, text.locale);
+    });
+}
+
+template <typename Items>
+[[gnu::always_inline]] inline void writeReference(const UACExport& exporter, Items& items,
+                                                  const UA_ReferenceDescription& reference) {
+    typename Items::Nested nested(items);
+    writeNodeId(exporter, items, reference.referenceTypeId, nullptr);
+    appendNumber(items, UA_TYPES_BOOLEAN, &reference.isForward);
+    writeNodeId(exporter, items, reference.nodeId.nodeId, &reference.nodeId);
+    writeQualifiedName(exporter, items, reference.browseName, false);
+    writeLocalizedText(exporter, items, reference.displayName, false);
+    items.appendItem(item_code::kBytes, 0);  // the node class
+    writeNodeId(exporter, items, reference.typeDefinition.nodeId, &reference.typeDefinition);
+    nested.close();
+}
+
+std::size_t identifierLength(const UA_NodeId& id) {
+    return id.identifierType == UA_NODEIDTYPE_STRING ? id.identifier.string.length : 0;
+}
+
+// Most bytes of writeReference(), the payload of texts apart.
+constexpr std::size_t kHeader = ItemWriter::kHeaderBytes;
+constexpr std::size_t kByteRoom = kHeader + 1;
+constexpr std::size_t kInt16Room = kHeader + 2;
+constexpr std::size_t kInt32Room = kHeader + 4;
+constexpr std::size_t kNodeIdRoom = kHeader + kInt16Room + kInt32Room + 2 * kByteRoom;
+constexpr std::size_t kExpandedNodeIdRoom = kNodeIdRoom + kHeader + kInt32Room;
+constexpr std::size_t kNamesRoom = 2 * kHeader + 3 * kHeader + kInt16Room;
+constexpr std::size_t kReferenceRoom =
+    kHeader + kNodeIdRoom + kByteRoom + 2 * kExpandedNodeIdRoom + kNamesRoom + kHeader;
+
+/// Most bytes of a reference's texts; as many as a writer's item cannot hold where they are longer.
+std::size_t textRoom(const UACExport& exporter, const UA_ReferenceDescription& reference) {
+    std::size_t sum = 0;
+    for (const std::size_t length :
+         {identifierLength(reference.referenceTypeId), identifierLength(reference.nodeId.nodeId),
+          reference.nodeId.namespaceUri.length, reference.browseName.name.length,
+          reference.displayName.text.length, reference.displayName.locale.length,
+          identifierLength(reference.typeDefinition.nodeId),
+          reference.typeDefinition.namespaceUri.length}) {
+        sum += std::min(length, ItemHeader::kShortLimit);
+    }
+    return exporter.stringMode == STRING_BYTES ? sum : 2 * sum;
+}
+
 }  // namespace
 
 void UACExport::addQualifiedName(VeltoList* list, const UA_QualifiedName& name, bool flat) const {
-    writeGroup(list, flat, [&] {
-        add(list, &name.name);
-        *list += int{name.namespaceIndex};
-    });
+    writeQualifiedName(*this, *list, name, flat);
 }
 
 void UACExport::addLocalizedText(VeltoList* list, const UA_LocalizedText& text, bool flat) const {
-    // Text before locale, against the order in the structure: hosts read them so.
-    writeGroup(list, flat, [&] {
-        add(list, &text.text);
-        add(list, &text.locale);
-    });
-}
-
-void UACExport::addNodeIdParts(VeltoList* list, const UA_NodeId& id,
-                               const UA_ExpandedNodeId* expanded) const {
-    const int identifierType = identifierTypeIndex(id.identifierType);
-    *list += int{id.namespaceIndex};
-    if (id.identifierType == UA_NODEIDTYPE_NUMERIC) {
-        *list += static_cast<long long>(id.identifier.numeric);
-    } else if (id.identifierType == UA_NODEIDTYPE_STRING) {
-        add(list, &id.identifier.string);
-    } else {
-        list->appendItem(item_code::kBytes, 0);  // hosts have no form for these identifiers
-    }
-    *list += static_cast<int>(id.identifierType);
-    *list += identifierType;
-    if (expanded != nullptr) {
-        add(list, &expanded->namespaceUri);
-        *list += static_cast<long long>(expanded->serverIndex);
-    }
+    writeLocalizedText(*this, *list, text, flat);
 }
 
 void UACExport::UA2CL_NodeId(VeltoList* list, const UA_NodeId* id,
                              const UA_ExpandedNodeId* expanded, bool flat) const {
     try {
         const UA_NodeId& inner = expanded != nullptr ? expanded->nodeId : *id;
-        writeGroup(list, flat, [&] { addNodeIdParts(list, inner, expanded); });
+        writeGroup(*list, flat, [&] { writeNodeIdParts(*this, *list, inner, expanded); });
     } catch (const UACErr&) {
         throw;
     } catch (...) {
@@ -91,15 +175,14 @@ void UACExport::UA2CL_ExpandedNodeId(VeltoList* list, const UA_ExpandedNodeId* i
 
 void UACExport::UA2CL_ReferenceDescription(VeltoList* list,
                                            const UA_ReferenceDescription* rd) const {
-    NestedList nested(*list);
-    UA2CL_NodeId(list, &rd->referenceTypeId, nullptr, false);
-    appendNumber(*list, UA_TYPES_BOOLEAN, &rd->isForward);
-    UA2CL_ExpandedNodeId(list, &rd->nodeId, false);
-    addQualifiedName(list, rd->browseName, false);
-    addLocalizedText(list, rd->displayName, false);
-    list->appendItem(item_code::kBytes, 0);  // the node class
-    UA2CL_ExpandedNodeId(list, &rd->typeDefinition, false);
-    nested.close();
+    const std::size_t room = kReferenceRoom + textRoom(*this, *rd);
+    if (textsCannotFail(stringMode) && ItemWriter::fits(room)) {
+        ItemWriter items(*list, room + ItemWriter::kNumberRoom);
+        writeReference(*this, items, *rd);
+        items.commit(1);
+    } else {
+        writeReference(*this, *list, *rd);
+    }
 }
 
 void UACExport::UA2CL_BrowseResult(VeltoList* list, const UA_BrowseResult* result) const {

@@ -1,5 +1,7 @@
 #include "convert/number_items.h"
 #include "convert/odbc_date.h"
+#include "convert/short_text.h"
+#include "convert/string_convert.h"
 #include "convert/type_index.h"
 #include "convert/ua_export.h"
 #include "convert/variant_shape.h"
@@ -11,8 +13,8 @@
 namespace nimb {
 namespace {
 
-// Nearly all values of a plant are scalar numbers. Their items have a largest size, so that one
-// check of room does for all of them.
+// Nearly all values of a plant are scalar numbers and short texts. Their items have a largest size,
+// so that one check of room does for all that is written of a value.
 
 constexpr std::size_t kDateRoom = ItemWriter::kHeaderBytes + kOdbcDateBytes;
 constexpr std::size_t kTimesRoom = 2 * kDateRoom + ItemWriter::kNumberRoom;
@@ -27,15 +29,32 @@ constexpr std::size_t kTimesRoom = 2 * kDateRoom + ItemWriter::kNumberRoom;
     items += static_cast<long long>(dataValue.status);
 }
 
-[[gnu::always_inline]] inline void writeNumber(ItemWriter& items, const UA_Variant& value) {
-    appendNumber(items, typeIndexOf(value.type), value.data);
+const UA_String& stringIn(const UA_Variant& value) {
+    return *static_cast<const UA_String*>(value.data);
 }
 
 }  // namespace
 
-bool UACExport::makesPlainNumber(const UA_Variant& value) const {
-    return variantMode != VARIANT_FULL && dateMode == DATE_ODBC && isScalar(value) &&
-           isNumber(typeIndexOf(value.type));
+// Inlined by force, like writeShort(): a call would cost as much as what it tells.
+[[gnu::always_inline]] inline std::size_t UACExport::shortRoom(const UA_Variant& value) const {
+    if (variantMode == VARIANT_FULL || dateMode != DATE_ODBC || !isScalar(value)) {
+        return 0;
+    }
+    const long typeIndex = typeIndexOf(value.type);
+    if (isNumber(typeIndex)) {
+        return ItemWriter::kNumberRoom;
+    }
+    return typeIndex == UA_TYPES_STRING && textsCannotFail(stringMode)
+               ? shortTextRoom(bytesOf(stringIn(value)))
+               : 0;
+}
+
+[[gnu::always_inline]] inline void UACExport::writeShort(ItemWriter& items,
+                                                         const UA_Variant& value) const {
+    if (appendNumber(items, typeIndexOf(value.type), value.data)) {
+        return;
+    }
+    writeShortText(items, bytesOf(stringIn(value)), stringMode);
 }
 
 long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) const {
@@ -50,12 +69,14 @@ long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) 
 }
 
 void UACExport::addNestedDataValue(VeltoList* list, const UA_DataValue& dataValue) const {
-    if (dataValueMode == DATA_VALUE_WITH_TIMES && makesPlainNumber(dataValue.value)) {
-        ItemWriter items(*list, ItemWriter::kHeaderBytes + kTimesRoom + ItemWriter::kNumberRoom);
-        unsigned char* nested = items.openList();
+    const std::size_t room =
+        dataValueMode == DATA_VALUE_WITH_TIMES ? shortRoom(dataValue.value) : 0;
+    if (room != 0 && ItemWriter::fits(kTimesRoom + room)) {
+        ItemWriter items(*list, ItemWriter::kHeaderBytes + kTimesRoom + room);
+        ItemWriter::Nested nested(items);
         writeTimes(items, dataValue);
-        writeNumber(items, dataValue.value);
-        items.closeList(nested);
+        writeShort(items, dataValue.value);
+        nested.close();
         items.commit(1);
         return;
     }
@@ -64,15 +85,16 @@ void UACExport::addNestedDataValue(VeltoList* list, const UA_DataValue& dataValu
     nested.close();
 }
 
-bool UACExport::addNestedNumberAndTime(VeltoList* list, const UA_DataValue& dataValue) const {
-    if (!makesPlainNumber(dataValue.value)) {
+bool UACExport::addNestedShortAndTime(VeltoList* list, const UA_DataValue& dataValue) const {
+    const std::size_t room = shortRoom(dataValue.value);
+    if (room == 0 || !ItemWriter::fits(room + kDateRoom)) {
         return false;
     }
-    ItemWriter items(*list, ItemWriter::kHeaderBytes + ItemWriter::kNumberRoom + kDateRoom);
-    unsigned char* nested = items.openList();
-    writeNumber(items, dataValue.value);
+    ItemWriter items(*list, ItemWriter::kHeaderBytes + room + kDateRoom);
+    ItemWriter::Nested nested(items);
+    writeShort(items, dataValue.value);
     writeDate(items, dataValue.sourceTimestamp);
-    items.closeList(nested);
+    nested.close();
     items.commit(1);
     return true;
 }
@@ -99,10 +121,10 @@ void UACExport::addDataValueParts(VeltoList* list, const UA_DataValue& dataValue
 }
 
 void UACExport::addTimesAndValue(VeltoList* list, const UA_DataValue& dataValue) const {
-    if (makesPlainNumber(dataValue.value)) {
-        ItemWriter items(*list, kTimesRoom + ItemWriter::kNumberRoom);
+    if (const std::size_t room = shortRoom(dataValue.value); room != 0) {
+        ItemWriter items(*list, kTimesRoom + room);
         writeTimes(items, dataValue);
-        writeNumber(items, dataValue.value);
+        writeShort(items, dataValue.value);
         items.commit(4);
         return;
     }

@@ -1,10 +1,10 @@
 #include <cstring>
 
 #include "convert/number_items.h"
+#include "convert/short_text.h"
 #include "convert/string_convert.h"
 #include "convert/ua_export.h"
 #include "convert/utf.h"
-#include "list/item_writer.h"
 #include "list/velto_list.h"
 
 namespace nimb {
@@ -24,19 +24,15 @@ void appendBytes(VeltoList& list, std::string_view bytes) {
 
 /// Appends UTF-8 as a UTF-16 item. False, and nothing appended, when it is not valid.
 bool appendUtf16(VeltoList& list, std::string_view text) {
-    const std::size_t most = 2 * text.size();  // one unit a byte
-    if (ItemWriter::fits(most)) {
-        ItemWriter items(list, ItemWriter::kHeaderBytes + most);
-        const auto units = writeUtf16(text, items.nextPayload());
-        if (units) {
-            items.appendItem(item_code::kUnicode, 2 * *units);
-            items.commit(1);
-        }
-        return units.has_value();
+    if (const std::size_t room = shortTextRoom(text); room != 0) {
+        ItemWriter items(list, room);
+        const bool valid = writeShortUtf16(items, text);
+        items.commit(valid ? 1 : 0);
+        return valid;
     }
     const auto units = utf16Length(text);
     if (units) {
-        list.ensureBuffer(list.datalength() + ItemHeader::kLongBytes + 1 + most);
+        list.ensureBuffer(list.datalength() + ItemHeader::kLongBytes + 1 + 2 * text.size());
         writeUtf16(text, list.appendItem(item_code::kUnicode, 2 * *units));
     }
     return units.has_value();

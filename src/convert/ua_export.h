@@ -10,6 +10,7 @@
 
 namespace nimb {
 
+class ItemWriter;
 class VeltoList;
 class VeltoROList;
 
@@ -88,9 +89,9 @@ class UACExport {
     /// Appends the items of UA2CL_DataValue as one nested list.
     void addNestedDataValue(VeltoList* list, const UA_DataValue& dataValue) const;
 
-    /// Appends [value, source time] as one nested list where the value is a scalar number and dates
-    /// are ODBC text; otherwise appends nothing and returns false.
-    bool addNestedNumberAndTime(VeltoList* list, const UA_DataValue& dataValue) const;
+    /// Appends [value, source time] as one nested list where the value is a scalar number or a
+    /// short text and dates are ODBC text; otherwise appends nothing and returns false.
+    bool addNestedShortAndTime(VeltoList* list, const UA_DataValue& dataValue) const;
 
     /// Appends the variant as `variantMode` says. `flat` adds the dimension count behind a nested
     /// array. Returns 23, for a bare scalar what addToVeltoList returns, for a null item 0.
@@ -185,11 +186,11 @@ class UACExport {
     void addDate(VeltoList* list, const UA_DateTime* time) const;
     void addQualifiedName(VeltoList* list, const UA_QualifiedName& name, bool flat) const;
     void addLocalizedText(VeltoList* list, const UA_LocalizedText& text, bool flat) const;
-    void addNodeIdParts(VeltoList* list, const UA_NodeId& id,
-                        const UA_ExpandedNodeId* expanded) const;
     void addDataValueParts(VeltoList* list, const UA_DataValue& dataValue) const;
-    /// Whether the value is a scalar number, whose items and dates have a largest size.
-    bool makesPlainNumber(const UA_Variant& value) const;
+    /// Room for the item of a scalar number or a short text, which then cannot fail; 0 for all that
+    /// writeShort() does not write.
+    std::size_t shortRoom(const UA_Variant& value) const;
+    void writeShort(ItemWriter& items, const UA_Variant& value) const;
     void addTimesAndValue(VeltoList* list, const UA_DataValue& dataValue) const;
     void addEveryPart(VeltoList* list, const UA_DataValue& dataValue) const;
     void addNestedArray(VeltoList* list, const UA_Variant& variant, bool flat) const;

@@ -34,14 +34,11 @@ std::size_t announcedBytes(unsigned char lead) {
     return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
 }
 
-/// The character at the front of non-empty UTF-8.
-Character decodeUtf8(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text[0]);
+/// The character of more than two bytes, or the invalid sequence, at the front of non-empty UTF-8.
+Character decodeLongUtf8(const char* text, const char* end) {
+    const auto lead = static_cast<unsigned char>(*text);
     const std::size_t bytes = announcedBytes(lead);
-    if (bytes <= 1) {
-        return {lead, bytes};
-    }
-    if (text.size() < bytes) {
+    if (bytes < 2 || static_cast<std::size_t>(end - text) < bytes) {
         return {};
     }
     char32_t c = lead & (0x7FU >> bytes);
@@ -56,6 +53,22 @@ Character decodeUtf8(std::string_view text) {
         return {};
     }
     return {c, bytes};
+}
+
+/// The character at the front of non-empty UTF-8. Those of one and two bytes are most of what
+/// European plants write.
+inline Character decodeUtf8(const char* text, const char* end) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        return {lead, 1};
+    }
+    if (lead >= 0xC2 && lead < 0xE0 && end - text >= 2) {
+        const auto next = static_cast<unsigned char>(text[1]);
+        if ((next & 0xC0U) == 0x80) {
+            return {(lead & 0x1FU) << 6 | (next & 0x3FU), 2};
+        }
+    }
+    return decodeLongUtf8(text, end);
 }
 
 /// The character at the front of non-empty UTF-16.
@@ -128,7 +141,7 @@ std::optional<std::size_t> utf16Length(std::string_view utf8) {
         if (ascii == kGroup) {
             continue;
         }
-        const Character c = decodeUtf8(utf8);
+        const Character c = decodeUtf8(utf8.data(), utf8.data() + utf8.size());
         if (c.units == 0) {
             return std::nullopt;
         }
@@ -140,23 +153,25 @@ std::optional<std::size_t> utf16Length(std::string_view utf8) {
 
 std::optional<std::size_t> writeUtf16(std::string_view utf8, unsigned char* out) {
     const unsigned char* const begin = out;
-    while (!utf8.empty()) {
-        if (utf8.size() >= kGroup) {
+    const char* at = utf8.data();
+    const char* const end = at + utf8.size();
+    while (at != end) {
+        if (static_cast<std::size_t>(end - at) >= kGroup) {
             // What does not belong to the text yet is written over by what does.
-            widenGroup(utf8.data(), out);
-            const std::size_t ascii = asciiInGroup(utf8.data());
+            widenGroup(at, out);
+            const std::size_t ascii = asciiInGroup(at);
             out += 2 * ascii;
-            utf8.remove_prefix(ascii);
+            at += ascii;
             if (ascii == kGroup) {
                 continue;
             }
         }
-        const Character c = decodeUtf8(utf8);
+        const Character c = decodeUtf8(at, end);
         if (c.units == 0) {
             return std::nullopt;
         }
         out = putUtf16(out, c.codePoint);
-        utf8.remove_prefix(c.units);
+        at += c.units;
     }
     return static_cast<std::size_t>(out - begin) / 2;
 }

@@ -55,14 +55,17 @@ class ItemWriter {
     /// Where the payload of the next item will begin, for those whose length only writing tells.
     unsigned char* nextPayload() const { return at_ + kHeaderBytes; }
 
-    /// Begins a nested list, which must stay short, and returns what closeList() takes.
-    unsigned char* openList() {
-        unsigned char* item = at_;
-        item[1] = item_code::kBytes;
-        at_ += kHeaderBytes;
-        return item;
-    }
-    void closeList(unsigned char* item) { item[0] = static_cast<unsigned char>(at_ - item); }
+    /// A nested list that stays short, written where it stands: NestedList's counterpart.
+    class Nested {
+      public:
+        explicit Nested(ItemWriter& items)
+            : items_(items), item_(items.appendItem(item_code::kBytes, 0) - kHeaderBytes) {}
+        void close() { item_[0] = static_cast<unsigned char>(items_.at_ - item_); }
+
+      private:
+        ItemWriter& items_;
+        unsigned char* item_;
+    };
 
     /// Makes what was written the list's.
     /// @param items  number of items, a nested list being one

@@ -14,6 +14,8 @@ namespace nimb {
 static_assert(std::endian::native == std::endian::little && sizeof(long) == 8,
               "items are written as they lie in memory");
 
+class NestedList;
+
 /// Tag value that appends the undefined item.
 class VeltoNull {};
 
@@ -25,6 +27,8 @@ class VeltoNull {};
 /// length is exhausted, std::exception for a position behind the end; the list is then unchanged.
 class VeltoList : public VeltoROList {
   public:
+    using Nested = NestedList;
+
     /// The empty list, without a buffer.
     VeltoList() = default;
     /// The empty list with room for `capacity` bytes.

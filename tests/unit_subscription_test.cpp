@@ -76,9 +76,9 @@ TEST_F(SubscriptionUnit, ALineTakesInEachItemOnceAndSkipsWhatCannotBeShown) {
     stack.change(101, "a2");
     stack.change(999, "of nobody");
     stack.change(102, guidValue(), 50);
-    EXPECT_EQ(textOf(item(102).error), "2, 6, UA_Guid");
+    EXPECT_EQ(textOf(item(102).error()), "2, 6, UA_Guid");
     stack.change(102, "b2");
-    EXPECT_EQ(item(102).error.kind, UACERR_NONE);
+    EXPECT_EQ(item(102).error().kind, UACERR_NONE);
     EXPECT_EQ(poll(), "[a1 | b1 | none] [a2 | b2 | none]");
     stack.change(103, guidValue(), 60);
     EXPECT_EQ(poll(), "[a2 | b2 | none]") << "a line of nothing but errors repeats the values";
@@ -268,7 +268,7 @@ TEST_F(SubscriptionUnit, ARefusedItemRemembersWhy) {
     EXPECT_FALSE(item(101).inactive);
     EXPECT_TRUE(item(0).inactive);
     EXPECT_EQ(item(0).lastStatus, bad);
-    EXPECT_EQ(textOf(item(0).error), "4, 2150891520, ");
+    EXPECT_EQ(textOf(item(0).error()), "4, 2150891520, ");
 }
 
 TEST_F(SubscriptionUnit, RevisesToTheSlowestSamplingAndTheSmallestQueue) {
@@ -344,14 +344,12 @@ TEST(ItemNotification, NamesWhatIsMissing) {
     OwnedDataValue value;
     ItemNotification orphan(nullptr, 5, value.get());
     EXPECT_FALSE(orphan.processed());
-    orphan.process();
-    EXPECT_TRUE(orphan.processed());
-    EXPECT_EQ(textOf(orphan.error()), "5, 10, Subscription not set (5)");
+    EXPECT_EQ(textOf(orphan.process()), "5, 10, Subscription not set (5)");
+    EXPECT_TRUE(orphan.processed() && orphan.failed());
     OpcuaClient client;
     Subscription empty(&client, 0);
     ItemNotification stray(&empty, 5, value.get());
-    stray.process();
-    EXPECT_EQ(textOf(stray.error()), "5, 10, Monitored item ID error (id=5)");
+    EXPECT_EQ(textOf(stray.process()), "5, 10, Monitored item ID error (id=5)");
     EXPECT_EQ(stray.item(), nullptr);
 }
 

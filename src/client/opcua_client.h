@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 
 #include "client/bulk_read_req.h"
 #include "convert/owned.h"
@@ -135,7 +134,7 @@ class OpcuaClient {
         void operator()(Subscription* subscription) const;
     };
     using SubscriptionMap =
-        std::unordered_map<std::uint32_t, std::unique_ptr<Subscription, SubscriptionDeleter>>;
+        std::map<std::uint32_t, std::unique_ptr<Subscription, SubscriptionDeleter>>;
 
     UACErr makeStackClient();
     void finishSetup(int timeout);

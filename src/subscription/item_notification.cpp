@@ -10,22 +10,23 @@ namespace nimb {
 
 ItemNotification::ItemNotification(Subscription* subscription, std::uint32_t monitoredItemId,
                                    UA_DataValue* value)
-    : subscription_(subscription), monitoredItemId_(monitoredItemId), value_(takeOver(value)) {}
+    : subscription_(subscription), value_(takeOver(value)), monitoredItemId_(monitoredItemId) {}
+
+bool ItemNotification::cannotFail() const {
+    return item_ != nullptr && item_->processor() != nullptr && isScalar(value_->value) &&
+           isNumber(typeIndexOf(value_->value.type));
+}
 
 UACErr ItemNotification::convert() {
     const auto id = static_cast<int>(monitoredItemId_);
     if (subscription_ == nullptr) {
         return {UACERR_CLIENT, 10, "Subscription not set (%d)", id};
     }
-    item_ = subscription_->itemById(monitoredItemId_);
     if (item_ == nullptr) {
         return {UACERR_CLIENT, 10, "Monitored item ID error (id=%d)", id};
     }
     if (item_->processor() == nullptr) {
         return {UACERR_CLIENT, 10, "Processor not set (%d)", id};
-    }
-    if (isScalar(value_->value) && isNumber(typeIndexOf(value_->value.type))) {
-        return {};  // numbers always can, and are most of what comes
     }
     try {
         return item_->processor()(subscription_->emptyScratch(), value_.get(),
@@ -37,21 +38,25 @@ UACErr ItemNotification::convert() {
     }
 }
 
-void ItemNotification::process() noexcept {
+UACErr ItemNotification::process() noexcept {
     processed_ = true;
+    item_ = subscription_ == nullptr ? nullptr : subscription_->itemById(monitoredItemId_);
+    UACErr error;
     try {
-        error_ = convert();
+        if (!cannotFail()) {
+            error = convert();
+        }
         if (item_ != nullptr) {
-            if (error_.isError() || item_->error.isError()) {
-                item_->error = error_;
-            }
             item_->lastStatus = value_->status;
+            item_->setError(error);
         }
     } catch (...) {
         // Memory ran out while the error was worded; without a text it is still one.
-        error_.kind = UACERR_UNKNOWN;
-        error_.code = 10;
+        error.kind = UACERR_UNKNOWN;
+        error.code = 10;
     }
+    failed_ = error.isError();
+    return error;
 }
 
 }  // namespace nimb

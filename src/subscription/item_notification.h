@@ -18,23 +18,27 @@ class ItemNotification {
                      UA_DataValue* value);
 
     /// Finds the monitored item and converts the value once, so that a value that cannot reach the
-    /// host is known before it gets into a line. The outcome is in error() and in the item.
-    void process() noexcept;
+    /// host is known before it gets into a line. The item remembers the outcome.
+    /// @return the error that the value stands for
+    UACErr process() noexcept;
 
     [[nodiscard]] bool processed() const { return processed_; }
-    [[nodiscard]] const UACErr& error() const { return error_; }
+    /// Whether the value cannot reach the host.
+    [[nodiscard]] bool failed() const { return failed_; }
     /// Null until processed, and for an item that the subscription does not know.
     [[nodiscard]] MonitoredItem* item() const { return item_; }
     [[nodiscard]] UA_DataValue* value() { return value_.get(); }
 
   private:
+    /// Numbers always reach the host, and are most of what comes.
+    bool cannotFail() const;
     UACErr convert();
 
     Subscription* subscription_;
-    std::uint32_t monitoredItemId_;
     MonitoredItem* item_ = nullptr;
     OwnedDataValue value_;
-    UACErr error_;
+    std::uint32_t monitoredItemId_;
+    bool failed_ = false;
     bool processed_ = false;
 };
 

@@ -1,5 +1,7 @@
 #include "subscription/monitored_item.h"
 
+#include <utility>
+
 #include "subscription/value_functions.h"
 
 namespace nimb {
@@ -17,11 +19,20 @@ MonitoredItem::MonitoredItem(std::uint32_t monitoredItemId, int itemIndex, Proce
       processor_(itemProcessor),
       equals_(UAC_Simple_DataValue_Equals) {}
 
+const UACErr& MonitoredItem::error() const {
+    static const UACErr none;
+    return error_ == nullptr ? none : *error_;
+}
+
+void MonitoredItem::replaceError(const UACErr& error) {
+    error_ = error.isError() ? std::make_unique<const UACErr>(error) : nullptr;
+}
+
 bool MonitoredItem::set(UA_DataValue* value) {
     if (equals_(value, lastValue_.get())) {
         return false;
     }
-    lastValue_.reset(takeOver(value));
+    std::swap(*lastValue_, *value);
     return true;
 }
 

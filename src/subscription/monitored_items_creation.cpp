@@ -75,7 +75,7 @@ UACErr Subscription::addMonitoredItemsOnServer(const NodeIdArray& ids,
     if (ids.size() > static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max())) {
         return {UACERR_CLIENT, 9, "Memory allocation error"};
     }
-    if (!itemsByIndex_.empty()) {
+    if (!items_.empty()) {
         return {UACERR_CLIENT, 9, "Index %d already in use", 1};
     }
     if (client_->stackClient() == nullptr) {
@@ -103,6 +103,7 @@ UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, 
     if (results == 0) {
         return unexpectedLength(results, count);
     }
+    items_.reserve(results);  // items must not move: notifications point to them
     const UA_MonitoredItemCreateResult* firstBad = nullptr;
     std::size_t failures = 0;
     for (std::size_t i = 0; i < results; ++i) {
@@ -113,7 +114,7 @@ UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, 
             item.inactive = false;
             continue;
         }
-        item.error = UACErr::opcua(result.statusCode);
+        item.setError(UACErr::opcua(result.statusCode));
         firstBad = firstBad == nullptr ? &result : firstBad;
         ++failures;
     }
@@ -136,7 +137,7 @@ UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, 
 MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t position,
                                       std::size_t results, std::size_t count) {
     const int index = static_cast<int>(position + 1);
-    const std::size_t sameId = itemsById_.count(monitoredItemId);
+    const std::size_t sameId = positionsById_.count(monitoredItemId);
     if (sameId != 0) {
         throw UACErr(UACERR_APPLICATION, APPERR_MALFORMED,
                      "Probable error in DataSource class/specification "
@@ -146,12 +147,9 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
                      0);  // indexes run on from item to item and are never taken
     }
     try {
-        auto& item = itemsById_[monitoredItemId];
-        item = std::make_unique<MonitoredItem>(monitoredItemId, index, UAC_TestDataValueProcessor);
-        itemsByIndex_.push_back(item.get());
-        return *item;
+        positionsById_.emplace(monitoredItemId, position);
+        return items_.emplace_back(monitoredItemId, index, UAC_TestDataValueProcessor);
     } catch (const std::bad_alloc&) {
-        itemsById_.erase(monitoredItemId);
         throw UACErr(UACERR_CLIENT, 10,
                      "Unexpected bad item index record consistency error (%d,%d)",
                      static_cast<int>(monitoredItemId), index);
@@ -162,7 +160,7 @@ void Subscription::processWaiting() {
     itemsKnown_ = true;
     for (ItemNotification& notification : notificationQueue_) {
         if (!notification.processed()) {
-            notification.process();
+            static_cast<void>(notification.process());
         }
     }
 }

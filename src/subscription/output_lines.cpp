@@ -26,7 +26,7 @@ int Subscription::getNextOutputLine(VeltoList* out, int maxPerLine) {
     if (left == 0 || !notificationQueue_.front().processed()) {
         return 0;
     }
-    std::vector<bool> seen(itemsByIndex_.size() + 1);
+    std::vector<bool> seen(items_.size() + 1);
     while (left > 0 && notificationQueue_.front().processed() && takeInFront(seen)) {
         --left;
     }
@@ -39,7 +39,7 @@ int Subscription::getNextOutputLine(VeltoList* out, int maxPerLine) {
 bool Subscription::takeInFront(std::vector<bool>& seen) {
     ItemNotification& front = notificationQueue_.front();
     MonitoredItem* item = front.item();
-    if (item != nullptr && !front.error().isError()) {
+    if (item != nullptr && !front.failed()) {
         const auto index = static_cast<std::size_t>(item->index());
         if (seen.at(index)) {
             return false;
@@ -47,14 +47,14 @@ bool Subscription::takeInFront(std::vector<bool>& seen) {
         item->set(front.value());
         seen[index] = true;
     }
-    notificationQueue_.pop_front();
+    notificationQueue_.pop();
     return true;
 }
 
 void Subscription::appendLastValues(VeltoList* out) const {
     out->stuffAscii(out->datalength(), nullptr, 0);  // hosts expect every line to begin with it
-    for (const MonitoredItem* item : itemsByIndex_) {
-        exportOptions_.addNestedDataValue(out, item->lastValue());
+    for (const MonitoredItem& item : items_) {
+        exportOptions_.addNestedDataValue(out, item.lastValue());
     }
 }
 

@@ -44,7 +44,7 @@ void UAC_DataChangeNotificationCallback(UA_Client* /*stack*/, UA_UInt32 subscrip
     try {
         ItemNotification* notification = subscription->queue(value, monitoredItemId);
         if (notification != nullptr && subscription->itemsKnown()) {
-            notification->process();
+            static_cast<void>(notification->process());  // the item remembers the error
         }
     } catch (...) {
         // Out of memory: the change is not queued and the stack frees it.

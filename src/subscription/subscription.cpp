@@ -3,6 +3,7 @@
 #include <open62541/client_subscriptions.h>
 
 #include <ctime>
+#include <utility>
 
 #include "client/opcua_client.h"
 #include "convert/result_exporter.h"
@@ -25,7 +26,7 @@ UA_CreateSubscriptionRequest stackRequest(const SubscriptionRequest& request) {
     return result;
 }
 
-// The coarse clock, exact to a few milliseconds: it is read for every change that arrives.
+// The coarse clock, exact to a few milliseconds.
 std::int64_t milliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -118,7 +119,7 @@ UACErr Subscription::deleteOnServer() {
 
 ItemNotification* Subscription::queue(UA_DataValue* value, std::uint32_t monitoredItemId) {
     const std::lock_guard<std::mutex> lock(queueMutex_);
-    lastChange_ = milliseconds();
+    changed_ = true;
     const auto bound = static_cast<std::uint64_t>(static_cast<std::int64_t>(maxQueueSize_));
     if (maxQueueSize_ != 0 && notificationQueue_.size() >= bound) {
         ++queueLossCount_;
@@ -129,12 +130,30 @@ ItemNotification* Subscription::queue(UA_DataValue* value, std::uint32_t monitor
         }
         return nullptr;
     }
-    return &notificationQueue_.emplace_back(this, monitoredItemId, value);
+    return &notificationQueue_.push(this, monitoredItemId, value);
 }
 
-MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) const {
-    const auto entry = itemsById_.find(monitoredItemId);
-    return entry == itemsById_.end() ? nullptr : entry->second.get();
+// Servers report the items in the order of their creation or, as open62541 1.4 does, in the reverse
+// one: before the map, the neighbours of the item found last are asked.
+MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) {
+    for (const std::size_t position : {lastFound_ + 1, lastFound_ - 1}) {
+        if (position < items_.size() && items_[position].id() == monitoredItemId) {
+            lastFound_ = position;
+            return &items_[position];
+        }
+    }
+    const auto entry = positionsById_.find(monitoredItemId);
+    if (entry == positionsById_.end()) {
+        return nullptr;
+    }
+    lastFound_ = entry->second;
+    return &items_[lastFound_];
+}
+
+void Subscription::notePoll() {
+    if (std::exchange(changed_, false)) {
+        lastChange_ = milliseconds();
+    }
 }
 
 VeltoList* Subscription::emptyScratch() {

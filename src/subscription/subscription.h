@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,6 +12,7 @@
 #include "list/velto_list.h"
 #include "subscription/item_notification.h"
 #include "subscription/monitored_item.h"
+#include "subscription/notification_queue.h"
 #include "subscription/subscription_request.h"
 
 namespace nimb {
@@ -55,11 +55,8 @@ class Subscription {
     /// @throws std::bad_alloc  the value then stays the caller's
     ItemNotification* queue(UA_DataValue* value, std::uint32_t monitoredItemId);
 
-    /// The lines made at this poll; the buffer is kept for the next one.
-    VeltoList& emptyLines() {
-        lines_.Reset();
-        return lines_;
-    }
+    /// Remembers when changes came last; what comes between two polls counts for the second.
+    void notePoll();
     /// Appends lines until the queue is used up, or `maxLines` when that is not 0.
     /// @param maxPerLine  most notifications folded into one line
     /// @return number of lines
@@ -90,7 +87,7 @@ class Subscription {
     [[nodiscard]] std::uint32_t getUnknownItemLossCount() const { return unknownItemLossCount_; }
 
     /// @return the item, owned by this object, or null
-    [[nodiscard]] MonitoredItem* itemById(std::uint32_t monitoredItemId) const;
+    [[nodiscard]] MonitoredItem* itemById(std::uint32_t monitoredItemId);
     /// False while the items are being created: the first values can arrive before the stack has
     /// told their ids. They wait in the queue unprocessed until then.
     [[nodiscard]] bool itemsKnown() const { return itemsKnown_; }
@@ -109,9 +106,10 @@ class Subscription {
 
     std::uint32_t subscriptionId_ = 0;
     OpcuaClient* client_;
-    std::unordered_map<std::uint32_t, std::unique_ptr<MonitoredItem>> itemsById_;
-    std::vector<MonitoredItem*> itemsByIndex_;  ///< index 1 first
-    std::deque<ItemNotification> notificationQueue_;
+    std::vector<MonitoredItem> items_;  ///< index 1 first; stays where it is once it is filled
+    std::unordered_map<std::uint32_t, std::size_t> positionsById_;  ///< in items_
+    std::size_t lastFound_ = 0;                                     ///< position in items_
+    NotificationQueue notificationQueue_;
     std::mutex queueMutex_;  ///< guards the queue and the loss counters against pushes
     int maxQueueSize_;
     std::uint32_t unknownItemLossCount_ = 0;
@@ -121,8 +119,8 @@ class Subscription {
     bool itemsKnown_ = true;
     double keepAliveTime_ = 0;  ///< milliseconds between signs of life from the server
     std::int64_t lastChange_;   ///< milliseconds of a clock that only goes forward
+    bool changed_ = false;      ///< since the last poll
     VeltoList scratch_;
-    VeltoList lines_;
 };
 
 }  // namespace nimb

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string_view>
 
+#include "processors.h"
 #include "report.h"
 #include "support/server_process.h"
 
@@ -80,6 +81,7 @@ extern "C" __attribute__((noinline)) void repeatCalls(const Side& side, long tim
 int main(int count, char** arguments) {
     try {
         const Options options = parse(count, arguments);
+        takeFirstProcessor();
         const nimb::test::ServerProcess server;
         nimb::standin::CalloutLibrary library(NIMB_LIBRARY_PATH);
         const Setting setting{library, server.url()};

@@ -12,6 +12,7 @@
 #include "demo_server/address_space.h"
 #include "demo_server/options.h"
 #include "demo_server/plant_server.h"
+#include "processors.h"
 
 namespace {
 
@@ -84,6 +85,7 @@ void serve(const PlantOptions& wanted) {
 
 int main(int argc, char** argv) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    nimb::bench::leaveFirstProcessor();
     try {
         serve(parseCommandLine(argc - 1, argv + 1).plant);
     } catch (const std::exception& error) {

@@ -24,6 +24,7 @@ class Record {
 
     void takeTurn(int calls) {
         if (!present()) return;
+        if (side_.settle) side_.settle();
         const double workBefore = work();
         const double wallBefore = read(CLOCK_MONOTONIC);
         const double cpuBefore = threadCpu();

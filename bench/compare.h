@@ -10,7 +10,9 @@ namespace nimb::bench {
 struct Side {
     std::function<void()> call;
     /// Work done so far, in units of the case; by default every call is one unit.
-    std::function<double()> work;
+    std::function<double()> work{};
+    /// Run before each turn, unmeasured: works off what piled up while others had theirs.
+    std::function<void()> settle{};
 };
 
 /// The same request made by both sides. `raw` and `control` are two sessions of the bare stack;

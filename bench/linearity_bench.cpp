@@ -7,6 +7,7 @@
 #include "bench_nodes.h"
 #include "cases.h"
 #include "checks.h"
+#include "processors.h"
 #include "report.h"
 #include "support/server_process.h"
 #include "support/wait_until.h"
@@ -116,6 +117,7 @@ void notifications(standin::CalloutLibrary& library) {
 
 int main() {
     try {
+        takeFirstProcessor();
         standin::CalloutLibrary library(NIMB_LIBRARY_PATH);
         std::printf("| Size of | Size | CPU, µs | ns per unit |\n|---|---|---|---|\n");
         handles(library);

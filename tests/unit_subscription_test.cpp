@@ -36,7 +36,10 @@ UA_MonitoredItemCreateResult itemResult(std::uint32_t id, UA_StatusCode status =
 
 class SubscriptionUnit : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_FALSE(client.setup(1000).isError()); }
+    void SetUp() override {
+        ASSERT_FALSE(client.setup(1000).isError());
+        ASSERT_FALSE(client.connect("opc.tcp://the-test").isError());
+    }
 
     UACErr create(std::size_t nodes, int maxQueueSize = 0) {
         request.maxQueueSize = maxQueueSize;

@@ -66,6 +66,11 @@ UACErr OpcuaClient::getState(ClientState* state) const {
     return {};
 }
 
+void OpcuaClient::closeSession() {
+    sessionOpened_ = false;
+    UA_Client_disconnect(client_.get());
+}
+
 // Every connect starts from a closed session: asked to connect elsewhere while connected, the
 // stack answers "Good" and stays where it is.
 UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
@@ -78,7 +83,7 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
             return error;
         }
         if (state.secureChannelState != kChannelClosed || state.sessionState != 0) {
-            UA_Client_disconnect(client_.get());
+            closeSession();
         }
     }
     // Also when that disconnect ended a subscription.
@@ -89,9 +94,9 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
 }
 
 UACErr OpcuaClient::connectTo(const char* url) {
-    endpointUrl_ = url;
     const UA_StatusCode status = UA_Client_connect(client_.get(), url);
-    if (status == UA_STATUSCODE_GOOD) {
+    sessionOpened_ = status == UA_STATUSCODE_GOOD;
+    if (sessionOpened_) {
         return {};
     }
     if (status == UA_STATUSCODE_BADTIMEOUT) {
@@ -121,7 +126,7 @@ UACErr OpcuaClient::disconnect() {
     if (client_ == nullptr) {
         return {UACERR_APPLICATION, APPERR_UNINITIALIZED};
     }
-    UA_Client_disconnect(client_.get());
+    closeSession();
     return {};
 }
 

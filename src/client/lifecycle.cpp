@@ -48,7 +48,7 @@ OpcuaClient::~OpcuaClient() { static_cast<void>(clear()); }
 UACErr OpcuaClient::clear() {
     if (client_ != nullptr) {
         // The stack reports the subscriptions as deleted from within; they are still there.
-        UA_Client_disconnect(client_.get());
+        closeSession();
     }
     bulkReads_.clear();
     discardSubscriptions();

@@ -121,9 +121,10 @@ class OpcuaClient {
 
     /// The stack's client; null before set-up. Owned by this object.
     [[nodiscard]] UA_Client* stackClient() const { return client_.get(); }
-    /// True unless the host closed the session or never opened one. The stack would open a new
-    /// session within any service call, which no host expects of a client it disconnected.
-    [[nodiscard]] bool sessionMayBeUsed() const;
+    /// True from a connect that succeeded to the next disconnect: a connection lost by accident the
+    /// stack may restore. On a closed session open62541 1.4 would open a new one within any service
+    /// call, which no host expects of a client it disconnected.
+    [[nodiscard]] bool sessionMayBeUsed() const { return sessionOpened_; }
 
   private:
     struct StackClientDeleter {
@@ -142,6 +143,7 @@ class OpcuaClient {
     static void watchSubscriptions(UA_ClientConfig* config);
     void discardSubscriptions();
 
+    void closeSession();
     UACErr closeBeforeConnect(const char* resetText);
     UACErr connectTo(const char* url);
 
@@ -159,7 +161,7 @@ class OpcuaClient {
 
     std::unique_ptr<UA_Client, StackClientDeleter> client_;
     bool resetRequired_ = false;
-    std::string endpointUrl_;
+    bool sessionOpened_ = false;
     std::map<long, std::unique_ptr<BulkReadReq>> bulkReads_;
     long lastQueryHandle_ = 0;
     SubscriptionMap subscriptions_;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string>
+#include <exception>
 
 #include "host/counted_string.h"
 #include "list/list_item.h"
@@ -15,7 +15,7 @@ class OpcuaClient;
 class Arguments {
   public:
     /// @throws std::exception  no input, or a length that the input cannot hold
-    explicit Arguments(const HostBytes* input);
+    explicit Arguments(const HostBytes* input) : list_(checked(input).data, input->length) {}
 
     /// @throws std::exception  an argument that is not there or not wholly there
     VeltoListItem operator[](std::size_t position) const { return list_.at(position); }
@@ -32,6 +32,13 @@ class Arguments {
     [[nodiscard]] static OpcuaClient& clientOf(long handle);
 
   private:
+    static const HostBytes& checked(const HostBytes* input) {
+        if (input == nullptr || input->length > HostBytes::capacity) [[unlikely]] {
+            throw std::exception();
+        }
+        return *input;
+    }
+
     VeltoROList list_;
 };
 

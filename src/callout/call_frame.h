@@ -11,6 +11,19 @@ namespace nimb {
 /// the host makes one call at a time and a poll's results are tens of kilobytes.
 VeltoList& emptyResults();
 
+/// The error that an operation returns, or the one for whatever it raises.
+template <typename Operation>
+UACErr outcomeOf(const HostBytes* in, VeltoList& results, const char* tag, Operation& operation) {
+    try {
+        const Arguments arguments(in);
+        return operation(arguments, results);
+    } catch (const UACErr& raised) {
+        return raised;
+    } catch (...) {
+        return {UACERR_UNKNOWN, 10, "%s", tag};
+    }
+}
+
 /// The frame around every handler: views the input, runs the operation, turns whatever it raises
 /// into an error and writes the result once. Nothing escapes.
 /// @param tag        the text of the error for anything raised that is not a UACErr
@@ -20,15 +33,7 @@ void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
                Operation&& operation) noexcept {
     try {
         VeltoList& results = emptyResults();
-        UACErr error;
-        try {
-            const Arguments arguments(in);
-            error = operation(arguments, results);
-        } catch (const UACErr& raised) {
-            error = raised;
-        } catch (...) {
-            error = UACErr(UACERR_UNKNOWN, 10, "%s", tag);
-        }
+        const UACErr error = outcomeOf(in, results, tag, operation);
         UAC_MakeReturnValue(error, results, out, false);
     } catch (...) {
         writeFailureWithoutMemory(out, tag);

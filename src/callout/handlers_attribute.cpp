@@ -39,6 +39,16 @@ void decodeNodeId(UA_NodeId* id, const VeltoROList& arguments, std::size_t typeI
     }
 }
 
+UACErr readValue(OpcuaClient& client, const UA_NodeId& id, VeltoList& results) {
+    OwnedDataValue value;
+    UACErr error = client.readValueAttribute(value.get(), id);
+    if (!error.isError()) {
+        resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES)
+            .UA2CL_DataValue(&results, value.get());
+    }
+    return error;
+}
+
 }  // namespace
 
 void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
@@ -49,13 +59,7 @@ void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
         if (arguments[4].AsLong() != UA_ATTRIBUTEID_VALUE) {
             return {UACERR_APPLICATION, APPERR_OTHER, "Query of selected attribute is unsupported"};
         }
-        OwnedDataValue value;
-        UACErr error = client.readValueAttribute(value.get(), *id);
-        if (!error.isError()) {
-            resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES)
-                .UA2CL_DataValue(&results, value.get());
-        }
-        return error;
+        return readValue(client, *id, results);
     });
 }
 

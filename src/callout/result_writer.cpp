@@ -28,6 +28,13 @@ void writeOutput(std::string_view head, const VeltoROList& list, HostBytes* out)
     out->length = static_cast<std::uint16_t>(length);
 }
 
+// Apart from the way that calls mostly take, which needs neither its buffers nor their guards.
+[[gnu::noinline]] void writeFailure(const UACErr& error, VeltoList& results, HostBytes* out) {
+    results.Reset();
+    UAC_GetErrorList(error, results);
+    writeOutput({}, results, out);
+}
+
 }  // namespace
 
 void UAC_MakeReturnValue(const UACErr& error, VeltoList& results, HostBytes* out,
@@ -36,12 +43,10 @@ void UAC_MakeReturnValue(const UACErr& error, VeltoList& results, HostBytes* out
         return;
     }
     if (error.code != 0) {
-        results.Reset();
-        UAC_GetErrorList(error, results);
-        writeOutput({}, results, out);
-    } else {
-        writeOutput(statusPresent ? std::string_view() : kSuccess, results, out);
+        writeFailure(error, results, out);
+        return;
     }
+    writeOutput(statusPresent ? std::string_view() : kSuccess, results, out);
 }
 
 void writeFailureWithoutMemory(HostBytes* out, const char* tag) noexcept {

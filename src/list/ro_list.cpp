@@ -41,6 +41,13 @@ std::size_t VeltoROList::checkedWideItemSize(std::size_t offset) const {
     return size;
 }
 
+VeltoListItem VeltoROList::checkedItem(std::size_t i) const {
+    const std::size_t offset = find(i);
+    checkedItemSize(offset);
+    setCursor(i, offset);
+    return VeltoListItem(data_ + offset);
+}
+
 std::size_t VeltoROList::countItems() const {
     std::uint64_t count = cursorUsable() ? cursorIndex() : 0;
     for (std::size_t offset = cursorUsable() ? cursorOffset() : 0; offset < length_; ++count) {

@@ -163,6 +163,7 @@ class VeltoROList {
 
     void view(const unsigned char* data, std::uint64_t length) noexcept;
     std::size_t walkTo(std::size_t i) const;
+    VeltoListItem checkedItem(std::size_t i) const;
     std::size_t checkedWideItemSize(std::size_t offset) const;
     bool cursorUsable() const noexcept { return cursorBytesLeft_ <= length_; }
 };
@@ -171,21 +172,7 @@ inline std::size_t VeltoROList::find(std::size_t i) const {
     if (i == 0) {
         return 0;
     }
-    if (cursorUsable()) {
-        const std::uint64_t index = cursorIndex();
-        const std::uint64_t offset = cursorOffset();
-        if (i == index) {
-            return offset;
-        }
-        // One step on over a short item that is not the last: the way arguments are read.
-        if (i == index + 1 && offset < length_) {
-            const std::size_t size = data_[offset];
-            if (size != 0 && size < length_ - offset) {
-                return offset + size;
-            }
-        }
-    }
-    return walkTo(i);
+    return cursorUsable() && i == cursorIndex() ? cursorOffset() : walkTo(i);
 }
 
 inline VeltoListItem VeltoROList::operator[](std::size_t i) const {
@@ -195,10 +182,23 @@ inline VeltoListItem VeltoROList::operator[](std::size_t i) const {
 }
 
 inline VeltoListItem VeltoROList::at(std::size_t i) const {
-    const std::size_t offset = find(i);
-    checkedItemSize(offset);
-    setCursor(i, offset);
-    return VeltoListItem(data_ + offset);
+    if (i == 0) {
+        checkedItemSize(0);
+        setCursor(0, 0);
+        return VeltoListItem(data_);
+    }
+    // The item behind the cursor's, both of them short: the way arguments are read.
+    const std::uint64_t left = cursorBytesLeft_;
+    if (i + cursorItemsLeft_ == itemCount_ + 1 && left - 1 < length_) {
+        const unsigned char* item = data_ + (length_ - left);
+        const std::size_t size = item[0];
+        if (size != 0 && size < left && item[size] != 0 && item[size] <= left - size) [[likely]] {
+            cursorBytesLeft_ = left - size;
+            --cursorItemsLeft_;
+            return VeltoListItem(item + size);
+        }
+    }
+    return checkedItem(i);
 }
 
 }  // namespace nimb

@@ -15,7 +15,7 @@ class OpcuaClient;
 class Arguments {
   public:
     /// @throws std::exception  no input, or a length that the input cannot hold
-    explicit Arguments(const HostBytes* input) : list_(checked(input).data, input->length) {}
+    explicit Arguments(const HostBytes* input) : list_(viewOf(input)) {}
 
     /// @throws std::exception  an argument that is not there or not wholly there
     VeltoListItem operator[](std::size_t position) const { return list_.at(position); }
@@ -32,11 +32,11 @@ class Arguments {
     [[nodiscard]] static OpcuaClient& clientOf(long handle);
 
   private:
-    static const HostBytes& checked(const HostBytes* input) {
+    static VeltoROList viewOf(const HostBytes* input) {
         if (input == nullptr || input->length > HostBytes::capacity) [[unlikely]] {
             throw std::exception();
         }
-        return *input;
+        return {input->data, input->length};
     }
 
     VeltoROList list_;

@@ -19,7 +19,7 @@ class ItemWriter {
 
     /// Whether a payload of that many bytes can be written here.
     static constexpr bool fits(std::size_t payloadLength) {
-        return payloadLength + 1 < ItemHeader::kShortLimit;
+        return payloadLength < ItemHeader::kShortLimit - 1;
     }
 
     /// @param most  bytes that all items together may take
@@ -40,12 +40,10 @@ class ItemWriter {
     }
 
     [[gnu::always_inline]] ItemWriter& operator+=(int value) {
-        return integer(value,
-                       value < 0 ? VeltoList::negIntBytes(value) : VeltoList::posBytes(value));
+        return integer(value, VeltoList::integerBytes(value));
     }
     [[gnu::always_inline]] ItemWriter& operator+=(long long value) {
-        return integer(value,
-                       value < 0 ? VeltoList::negLongBytes(value) : VeltoList::posBytes(value));
+        return integer(value, VeltoList::integerBytes(value));
     }
 
     [[gnu::always_inline]] void appendIEEE64(double value) {

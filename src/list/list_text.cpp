@@ -7,8 +7,8 @@
 
 namespace nimb {
 
-std::size_t VeltoList::stuffBytes(std::size_t position, unsigned char type, const void* data,
-                                  std::size_t byteCount) {
+std::size_t VeltoList::stuffBytesSlow(std::size_t position, unsigned char type, const void* data,
+                                      std::size_t byteCount) {
     if (byteCount >= kMaxContent) {
         throwTooLarge();
     }
@@ -16,7 +16,7 @@ std::size_t VeltoList::stuffBytes(std::size_t position, unsigned char type, cons
     if (ownsAddress(source)) {
         // Making room moves these bytes, so they are set aside first.
         const std::string copy(reinterpret_cast<const char*>(source), byteCount);
-        return stuffBytes(position, type, copy.data(), byteCount);
+        return stuffBytesSlow(position, type, copy.data(), byteCount);
     }
     const std::size_t at = makeItem(position, byteCount + 1);
     bytes()[at] = type;
@@ -24,15 +24,6 @@ std::size_t VeltoList::stuffBytes(std::size_t position, unsigned char type, cons
         std::memcpy(bytes() + at + 1, source, byteCount);
     }
     return at;
-}
-
-std::size_t VeltoList::stuffByte(std::size_t position, const unsigned char* data,
-                                 std::size_t count) {
-    return stuffBytes(position, item_code::kBytes, data, count);
-}
-
-std::size_t VeltoList::stuffAscii(std::size_t position, const char* text, std::size_t count) {
-    return stuffBytes(position, item_code::kBytes, text, count);
 }
 
 std::size_t VeltoList::stuffUnicode(std::size_t position, const char16_t* units,

@@ -166,6 +166,16 @@ std::size_t VeltoList::makeItemSlow(std::size_t position, std::size_t content) {
     return position + headerBytes;
 }
 
+unsigned char* VeltoList::appendItemSlow(unsigned char type, std::size_t payloadLength) {
+    if (payloadLength >= kMaxContent) {
+        throwTooLarge();
+    }
+    const std::size_t at = makeItem(length_, payloadLength + 1);
+    unsigned char* typeByte = bytes() + at;
+    *typeByte = type;
+    return typeByte + 1;
+}
+
 void VeltoList::throwTooLarge() { throw std::bad_alloc(); }
 
 VeltoListIterator VeltoList::erase(VeltoListIterator where) {
@@ -187,11 +197,6 @@ VeltoListIterator VeltoList::erase(VeltoListIterator where) {
 
 std::size_t VeltoList::offsetOf(VeltoListIterator where) const {
     return static_cast<std::size_t>(where.position() - data_);
-}
-
-bool VeltoList::ownsAddress(const unsigned char* address) const noexcept {
-    return std::bit_cast<std::uintptr_t>(address) - std::bit_cast<std::uintptr_t>(data_) <
-           capacity_;
 }
 
 void VeltoList::takeCursor(const VeltoROList& other) noexcept {

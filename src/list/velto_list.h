@@ -76,21 +76,20 @@ class VeltoList : public VeltoROList {
     /// payload's address, to be filled before the list is used again. Lets converters write values
     /// in place, without a temporary and without a call unless the buffer must grow.
     unsigned char* appendItem(unsigned char type, std::size_t payloadLength) {
-        if (payloadLength >= kMaxContent) [[unlikely]] {
-            throwTooLarge();
-        }
-        const std::size_t at = makeItem(length_, payloadLength + 1);
-        unsigned char* typeByte = bytes() + at;
-        *typeByte = type;
-        return typeByte + 1;
+        return hasRoomForShort(payloadLength) ? appendShort(type, payloadLength)
+                                              : appendItemSlow(type, payloadLength);
     }
 
     /// @name Undefined and text items
     /// @{
     std::size_t stuffNull(std::size_t position) { return makeItem(position, 0); }
     void appendEmptyItem() { stuffNull(length_); }
-    std::size_t stuffByte(std::size_t position, const unsigned char* data, std::size_t count);
-    std::size_t stuffAscii(std::size_t position, const char* text, std::size_t count);
+    std::size_t stuffByte(std::size_t position, const unsigned char* data, std::size_t count) {
+        return stuffBytes(position, item_code::kBytes, data, count);
+    }
+    std::size_t stuffAscii(std::size_t position, const char* text, std::size_t count) {
+        return stuffBytes(position, item_code::kBytes, text, count);
+    }
     std::size_t stuffAscii(std::size_t position, const std::string& text) {
         return stuffAscii(position, text.data(), text.size());
     }
@@ -206,12 +205,16 @@ class VeltoList : public VeltoROList {
     std::size_t stuff(std::size_t position, char value) { return stuffAscii(position, &value, 1); }
     /// @}
 
-    /// Appends the item for `value`. Inlined by force, because the way most integers take is
-    /// shorter than a call.
+    /// Appends the item for `value`. Inlined by force, because the way that integers and short
+    /// texts take is shorter than a call.
     template <typename T>
     [[gnu::always_inline]] VeltoList& operator+=(const T& value) {
         if constexpr (std::signed_integral<T> && sizeof(T) >= sizeof(int)) {
-            if (appendSmallInteger(value)) {
+            if (capacity_ - length_ >= kIntegerRoom) [[likely]] {
+                const unsigned char type =
+                    value < 0 ? item_code::kNegInteger : item_code::kPosInteger;
+                const long long wide = value;
+                std::memcpy(appendShort(type, integerBytes(value)), &wide, sizeof wide);
                 return *this;
             }
         }
@@ -249,21 +252,27 @@ class VeltoList : public VeltoROList {
         ++itemCount_;
     }
 
-    /// The integers 0 to 255, most of those that results hold, in one step; 0 has no payload.
-    /// Returns false for others and where the buffer must grow.
-    bool appendSmallInteger(long long value) noexcept {
-        constexpr std::size_t longest = 3;
-        if (value < 0 || value > 255 || capacity_ - length_ < longest) {
-            return false;
-        }
-        const unsigned payloadBytes = value != 0 ? 1 : 0;
-        unsigned char* item = bytes() + length_;
-        item[0] = static_cast<unsigned char>(2 + payloadBytes);
-        item[1] = item_code::kPosInteger;
-        item[2] = static_cast<unsigned char>(value);
-        bookItem(2 + payloadBytes);
-        return true;
+    /// Header and type of a short item, and those of an integer that is stored with all its bytes.
+    static constexpr std::size_t kShortHead = ItemHeader::kShortBytes + 1;
+    static constexpr std::size_t kIntegerRoom = kShortHead + sizeof(long long);
+
+    bool hasRoomForShort(std::size_t payloadLength) const noexcept {
+        return payloadLength < ItemHeader::kShortLimit - 1 &&
+               payloadLength + kShortHead <= capacity_ - length_;
     }
+
+    /// Appends header and type of a short item that there is room for and returns the payload's
+    /// address. Books before it writes: any byte that is written may be a member's, for all that
+    /// the compiler knows, which would then be read again.
+    unsigned char* appendShort(unsigned char type, std::size_t payloadLength) noexcept {
+        unsigned char* item = bytes() + length_;
+        bookItem(payloadLength + kShortHead);
+        item[0] = static_cast<unsigned char>(payloadLength + kShortHead);
+        item[1] = type;
+        return item + kShortHead;
+    }
+
+    unsigned char* appendItemSlow(unsigned char type, std::size_t payloadLength);
 
     /// The list's end, with room for `most` bytes there.
     unsigned char* roomFor(std::size_t most) {
@@ -284,7 +293,16 @@ class VeltoList : public VeltoROList {
     [[noreturn]] static void throwTooLarge();
 
     std::size_t stuffBytes(std::size_t position, unsigned char type, const void* data,
-                           std::size_t byteCount);
+                           std::size_t byteCount) {
+        if (position == length_ && hasRoomForShort(byteCount) && byteCount != 0 &&
+            !ownsAddress(static_cast<const unsigned char*>(data))) [[likely]] {
+            std::memcpy(appendShort(type, byteCount), data, byteCount);
+            return position + ItemHeader::kShortBytes;
+        }
+        return stuffBytesSlow(position, type, data, byteCount);
+    }
+    std::size_t stuffBytesSlow(std::size_t position, unsigned char type, const void* data,
+                               std::size_t byteCount);
     std::size_t stuffInteger(std::size_t position, unsigned char type, long long value,
                              std::size_t count);
     std::size_t stuffDecimal(std::size_t position, unsigned char type, int exponent,
@@ -305,6 +323,16 @@ class VeltoList : public VeltoROList {
     static std::size_t negLongBytes(long long value) noexcept {
         return value < -0x100000 && value >= -0x1000000 ? 4 : negIntBytes(value);
     }
+    /// Payload bytes of the item that operator+= makes of an integer.
+    static std::size_t integerBytes(int value) noexcept {
+        return value < 0 ? negIntBytes(value) : posBytes(value);
+    }
+    static std::size_t integerBytes(long long value) noexcept {
+        return value < 0 ? negLongBytes(value) : posBytes(value);
+    }
+    static std::size_t integerBytes(long value) noexcept {
+        return integerBytes(static_cast<long long>(value));
+    }
     static std::size_t significantBytes(unsigned long long bits) noexcept {
         return (static_cast<std::size_t>(std::bit_width(bits)) + 7) / 8;
     }
@@ -312,7 +340,10 @@ class VeltoList : public VeltoROList {
     void replaceBytes(const unsigned char* data, std::size_t length) noexcept;
     std::size_t offsetOf(VeltoListIterator where) const;
     /// Whether `address` lies in this list's own buffer.
-    bool ownsAddress(const unsigned char* address) const noexcept;
+    bool ownsAddress(const unsigned char* address) const noexcept {
+        return std::bit_cast<std::uintptr_t>(address) - std::bit_cast<std::uintptr_t>(data_) <
+               capacity_;
+    }
     void takeCursor(const VeltoROList& other) noexcept;
     void forgetCursor() noexcept;
     void swap(VeltoList& other) noexcept;

@@ -58,8 +58,10 @@ void escapeUnits(std::string& out, std::u16string_view units) {
     }
 }
 
-template <typename Text>
-std::string quotedText(Text text) {
+/// The text between quotation marks. `escapeOther` writes what can neither be shown nor has a
+/// common escape: called with the output, the character and its units.
+template <typename Text, typename EscapeOther>
+std::string quotedText(Text text, EscapeOther escapeOther) {
     std::string out = "\"";
     while (!text.empty()) {
         const Character next = firstCharacter(text);
@@ -68,7 +70,7 @@ std::string quotedText(Text text) {
         } else if (next.valid && !isControl(next.code)) {
             appendUtf8(out, next.code);
         } else {
-            escapeUnits(out, text.substr(0, next.size));
+            escapeOther(out, next, text.substr(0, next.size));
         }
         text.remove_prefix(next.size);
     }
@@ -76,21 +78,17 @@ std::string quotedText(Text text) {
 }
 
 template <typename Text>
+std::string sourceText(Text text) {
+    return quotedText(
+        text, [](std::string& out, const Character&, Text units) { escapeUnits(out, units); });
+}
+
+template <typename Text>
 std::string jsonText(Text text) {
-    std::string out = "\"";
-    while (!text.empty()) {
-        const Character next = firstCharacter(text);
-        if (const char* escape = commonEscape(next.code)) {
-            out += escape;
-        } else if (next.valid && !isControl(next.code)) {
-            appendUtf8(out, next.code);
-        } else {
-            out += "\\u";
-            appendHex(out, next.code, 4);
-        }
-        text.remove_prefix(next.size);
-    }
-    return out + '"';
+    return quotedText(text, [](std::string& out, const Character& character, Text) {
+        out += "\\u";
+        appendHex(out, character.code, 4);
+    });
 }
 
 }  // namespace
@@ -170,8 +168,8 @@ bool isUtf8(std::string_view bytes) noexcept {
     return allCharacters(bytes, [](char32_t) { return true; });
 }
 
-std::string quoted(std::string_view bytes) { return quotedText(bytes); }
-std::string quoted(std::u16string_view units) { return 'u' + quotedText(units); }
+std::string quoted(std::string_view bytes) { return sourceText(bytes); }
+std::string quoted(std::u16string_view units) { return 'u' + sourceText(units); }
 std::string jsonQuoted(std::string_view utf8) { return jsonText(utf8); }
 std::string jsonQuoted(std::u16string_view units) { return jsonText(units); }
 

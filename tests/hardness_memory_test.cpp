@@ -144,7 +144,7 @@ TEST(Memory, ExhaustedInASessionIsAFailureOfTheCallAndLosesNothing) {
     const ServerProcess server;
     Host host;
     for (const int stringMode : {0, 1}) {
-        EXPECT_GT(failWholeSession(host, server.url(), stringMode), 30);
+        EXPECT_GT(failWholeSession(host, server.url(), stringMode), 20);
     }
 #ifndef __SANITIZE_ADDRESS__
     const long before = liveBlocks();

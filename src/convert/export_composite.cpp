@@ -170,7 +170,8 @@ void UACExport::UA2CL_NodeId(VeltoList* list, const UA_NodeId* id,
 
 void UACExport::UA2CL_ExpandedNodeId(VeltoList* list, const UA_ExpandedNodeId* id,
                                      bool flat) const {
-    UA2CL_NodeId(list, &id->nodeId, id, flat);
+    const UA_ExpandedNodeId& expanded = *id;
+    UA2CL_NodeId(list, &expanded.nodeId, &expanded, flat);
 }
 
 void UACExport::UA2CL_ReferenceDescription(VeltoList* list,

@@ -28,7 +28,8 @@ void writeOutput(std::string_view head, const VeltoROList& list, HostBytes* out)
     out->length = static_cast<std::uint16_t>(length);
 }
 
-// Apart from the way that calls mostly take, which needs neither its buffers nor their guards.
+// Apart from the way that calls mostly take, which needs neither its stack buffers nor the stack
+// protector that comes with them.
 [[gnu::noinline]] void writeFailure(const UACErr& error, VeltoList& results, HostBytes* out) {
     results.Reset();
     UAC_GetErrorList(error, results);

@@ -27,11 +27,11 @@ UACErr conversionFailed(const char* tag, std::size_t index) {
 // [value, source timestamp], an empty string standing for what the server did not send.
 void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_DataValue& value,
                         bool& inValue) {
+    inValue = true;
     if (value.hasValue && value.hasSourceTimestamp && exporter.addNestedShortAndTime(out, value)) {
         return;
     }
     NestedList node(*out);
-    inValue = true;
     if (value.hasValue) {
         exporter.UA2CL_DataValue(out, &value);
     } else {

@@ -73,9 +73,20 @@ template <typename Items>
     }
 }
 
+void appendNodeId(const UACExport& exporter, VeltoList& list, const UA_NodeId& id,
+                  const UA_ExpandedNodeId* expanded, bool flat) {
+    try {
+        writeGroup(list, flat, [&] { writeNodeIdParts(exporter, list, id, expanded); });
+    } catch (const UACErr&) {
+        throw;
+    } catch (...) {
+        throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
+    }
+}
+
 void writeNodeId(const UACExport& exporter, VeltoList& list, const UA_NodeId& id,
                  const UA_ExpandedNodeId* expanded) {
-    exporter.UA2CL_NodeId(&list, &id, expanded, false);
+    appendNodeId(exporter, list, id, expanded, false);
 }
 
 [[gnu::always_inline]] inline void writeNodeId(const UACExport& exporter, ItemWriter& items,
@@ -132,7 +143,7 @@ constexpr std::size_t kNamesRoom = 2 * kHeader + 3 * kHeader + kInt16Room;
 constexpr std::size_t kReferenceRoom =
     kHeader + kNodeIdRoom + kByteRoom + 2 * kExpandedNodeIdRoom + kNamesRoom + kHeader;
 
-/// Most bytes of a reference's texts; as many as a writer's item cannot hold where they are longer.
+/// Most bytes of a reference's texts. Each counts kShortLimit at most, enough for fits() to refuse.
 std::size_t textRoom(const UACExport& exporter, const UA_ReferenceDescription& reference) {
     std::size_t sum = 0;
     for (const std::size_t length :
@@ -158,20 +169,16 @@ void UACExport::addLocalizedText(VeltoList* list, const UA_LocalizedText& text, 
 
 void UACExport::UA2CL_NodeId(VeltoList* list, const UA_NodeId* id,
                              const UA_ExpandedNodeId* expanded, bool flat) const {
-    try {
-        const UA_NodeId& inner = expanded != nullptr ? expanded->nodeId : *id;
-        writeGroup(*list, flat, [&] { writeNodeIdParts(*this, *list, inner, expanded); });
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
+    if (expanded != nullptr) {
+        UA2CL_ExpandedNodeId(list, expanded, flat);
+    } else {
+        appendNodeId(*this, *list, *id, nullptr, flat);
     }
 }
 
 void UACExport::UA2CL_ExpandedNodeId(VeltoList* list, const UA_ExpandedNodeId* id,
                                      bool flat) const {
-    const UA_ExpandedNodeId& expanded = *id;
-    UA2CL_NodeId(list, &expanded.nodeId, &expanded, flat);
+    appendNodeId(*this, *list, id->nodeId, id, flat);
 }
 
 void UACExport::UA2CL_ReferenceDescription(VeltoList* list,

@@ -33,29 +33,32 @@ const UA_String& stringIn(const UA_Variant& value) {
     return *static_cast<const UA_String*>(value.data);
 }
 
-}  // namespace
-
-// Inlined by force, like writeShort(): a call would cost as much as what it tells.
-[[gnu::always_inline]] inline std::size_t UACExport::shortRoom(const UA_Variant& value) const {
-    if (variantMode == VARIANT_FULL || dateMode != DATE_ODBC || !isScalar(value)) {
+/// Room for the item of a scalar number or a short text, whose writing cannot fail then; 0 for all
+/// that writeShort() does not write. Inlined by force, like writeShort(): a call would cost as much
+/// as what it tells.
+[[gnu::always_inline]] inline std::size_t shortRoom(const UACExport& exporter,
+                                                    const UA_Variant& value) {
+    if (exporter.variantMode == VARIANT_FULL || exporter.dateMode != DATE_ODBC ||
+        !isScalar(value)) {
         return 0;
     }
     const long typeIndex = typeIndexOf(value.type);
     if (isNumber(typeIndex)) {
         return ItemWriter::kNumberRoom;
     }
-    return typeIndex == UA_TYPES_STRING && textsCannotFail(stringMode)
+    return typeIndex == UA_TYPES_STRING && textsCannotFail(exporter.stringMode)
                ? shortTextRoom(bytesOf(stringIn(value)))
                : 0;
 }
 
-[[gnu::always_inline]] inline void UACExport::writeShort(ItemWriter& items,
-                                                         const UA_Variant& value) const {
-    if (appendNumber(items, typeIndexOf(value.type), value.data)) {
-        return;
+[[gnu::always_inline]] inline void writeShort(const UACExport& exporter, ItemWriter& items,
+                                              const UA_Variant& value) {
+    if (!appendNumber(items, typeIndexOf(value.type), value.data)) {
+        writeShortText(items, bytesOf(stringIn(value)), exporter.stringMode);
     }
-    writeShortText(items, bytesOf(stringIn(value)), stringMode);
 }
+
+}  // namespace
 
 long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) const {
     try {
@@ -70,12 +73,12 @@ long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) 
 
 void UACExport::addNestedDataValue(VeltoList* list, const UA_DataValue& dataValue) const {
     const std::size_t room =
-        dataValueMode == DATA_VALUE_WITH_TIMES ? shortRoom(dataValue.value) : 0;
+        dataValueMode == DATA_VALUE_WITH_TIMES ? shortRoom(*this, dataValue.value) : 0;
     if (room != 0 && ItemWriter::fits(kTimesRoom + room)) {
         ItemWriter items(*list, ItemWriter::kHeaderBytes + kTimesRoom + room);
         ItemWriter::Nested nested(items);
         writeTimes(items, dataValue);
-        writeShort(items, dataValue.value);
+        writeShort(*this, items, dataValue.value);
         nested.close();
         items.commit(1);
         return;
@@ -86,13 +89,13 @@ void UACExport::addNestedDataValue(VeltoList* list, const UA_DataValue& dataValu
 }
 
 bool UACExport::addNestedShortAndTime(VeltoList* list, const UA_DataValue& dataValue) const {
-    const std::size_t room = shortRoom(dataValue.value);
+    const std::size_t room = shortRoom(*this, dataValue.value);
     if (room == 0 || !ItemWriter::fits(room + kDateRoom)) {
         return false;
     }
     ItemWriter items(*list, ItemWriter::kHeaderBytes + room + kDateRoom);
     ItemWriter::Nested nested(items);
-    writeShort(items, dataValue.value);
+    writeShort(*this, items, dataValue.value);
     writeDate(items, dataValue.sourceTimestamp);
     nested.close();
     items.commit(1);
@@ -121,10 +124,10 @@ void UACExport::addDataValueParts(VeltoList* list, const UA_DataValue& dataValue
 }
 
 void UACExport::addTimesAndValue(VeltoList* list, const UA_DataValue& dataValue) const {
-    if (const std::size_t room = shortRoom(dataValue.value); room != 0) {
+    if (const std::size_t room = shortRoom(*this, dataValue.value); room != 0) {
         ItemWriter items(*list, kTimesRoom + room);
         writeTimes(items, dataValue);
-        writeShort(items, dataValue.value);
+        writeShort(*this, items, dataValue.value);
         items.commit(4);
         return;
     }

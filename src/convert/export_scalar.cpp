@@ -5,6 +5,7 @@
 #include "convert/string_convert.h"
 #include "convert/ua_export.h"
 #include "convert/utf.h"
+#include "list/item_writer.h"
 #include "list/velto_list.h"
 
 namespace nimb {
@@ -32,6 +33,7 @@ bool appendUtf16(VeltoList& list, std::string_view text) {
     }
     const auto units = utf16Length(text);
     if (units) {
+        // Room for one unit a byte, as writeUtf16() wants it; what is too much serves later items.
         list.ensureBuffer(list.datalength() + ItemHeader::kLongBytes + 1 + 2 * text.size());
         writeUtf16(text, list.appendItem(item_code::kUnicode, 2 * *units));
     }

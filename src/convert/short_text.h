@@ -10,8 +10,8 @@
 
 namespace nimb {
 
-/// Room that the item of a text needs, in bytes or as UTF-16; 0 for one that may be too long for an
-/// ItemWriter.
+/// Room that the item of a text needs, in bytes or as UTF-16; 0, which no item needs, for one that
+/// may be too long for an ItemWriter.
 inline std::size_t shortTextRoom(std::string_view text) {
     const std::size_t most = 2 * text.size();  // one unit a byte
     return ItemWriter::fits(most) ? ItemWriter::kHeaderBytes + most : 0;

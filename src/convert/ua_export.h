@@ -10,7 +10,6 @@
 
 namespace nimb {
 
-class ItemWriter;
 class VeltoList;
 class VeltoROList;
 
@@ -187,10 +186,6 @@ class UACExport {
     void addQualifiedName(VeltoList* list, const UA_QualifiedName& name, bool flat) const;
     void addLocalizedText(VeltoList* list, const UA_LocalizedText& text, bool flat) const;
     void addDataValueParts(VeltoList* list, const UA_DataValue& dataValue) const;
-    /// Room for the item of a scalar number or a short text, which then cannot fail; 0 for all that
-    /// writeShort() does not write.
-    std::size_t shortRoom(const UA_Variant& value) const;
-    void writeShort(ItemWriter& items, const UA_Variant& value) const;
     void addTimesAndValue(VeltoList* list, const UA_DataValue& dataValue) const;
     void addEveryPart(VeltoList* list, const UA_DataValue& dataValue) const;
     void addNestedArray(VeltoList* list, const UA_Variant& variant, bool flat) const;

@@ -34,8 +34,8 @@ std::size_t announcedBytes(unsigned char lead) {
     return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
 }
 
-/// The character of more than two bytes, or the invalid sequence, at the front of non-empty UTF-8.
-Character decodeLongUtf8(const char* text, const char* end) {
+/// The character at the front of non-empty UTF-8, whatever its length, that is not ASCII.
+Character decodeMultibyte(const char* text, const char* end) {
     const auto lead = static_cast<unsigned char>(*text);
     const std::size_t bytes = announcedBytes(lead);
     if (bytes < 2 || static_cast<std::size_t>(end - text) < bytes) {
@@ -68,7 +68,7 @@ inline Character decodeUtf8(const char* text, const char* end) {
             return {(lead & 0x1FU) << 6 | (next & 0x3FU), 2};
         }
     }
-    return decodeLongUtf8(text, end);
+    return decodeMultibyte(text, end);
 }
 
 /// The character at the front of non-empty UTF-16.

@@ -27,6 +27,7 @@ class VeltoNull {};
 /// length is exhausted, std::exception for a position behind the end; the list is then unchanged.
 class VeltoList : public VeltoROList {
   public:
+    /// What writes a nested list in place, for templates that write to an ItemWriter too.
     using Nested = NestedList;
 
     /// The empty list, without a buffer.

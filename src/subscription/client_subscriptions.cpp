@@ -17,23 +17,6 @@ void appendQueueState(VeltoList& statistics, const Subscription& subscription) {
     statistics += static_cast<int>(subscription.getQueueLossCount());
 }
 
-// Appends the number of lines and the list of them, which is written in place behind the number
-// that polls mostly give: lines of many items are tens of kilobytes.
-int appendLines(VeltoList* out, Subscription& subscription, int maxLines) {
-    constexpr int usualCount = 1;
-    const std::size_t countAt = out->datalength();
-    *out += usualCount;
-    NestedList lines(*out);
-    const int count = subscription.getNewOutputLines(out, maxLines, kMaxPerLine);
-    lines.close();
-    if (count != usualCount) {
-        const auto position = [&] { return VeltoListIterator(out->data() + countAt, out); };
-        out->erase(position());
-        out->insert(position(), count);
-    }
-    return count;
-}
-
 }  // namespace
 
 void OpcuaClient::SubscriptionDeleter::operator()(Subscription* subscription) const {
@@ -98,9 +81,11 @@ UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned s
         appendQueueState(statistics, *subscription);
         UA_Client_run_iterate(client_.get(), timeout);
         appendQueueState(statistics, *subscription);
-        subscription->notePoll();
-        lineCount = appendLines(out, *subscription, maxLines);
+        VeltoList& lines = subscription->emptyLines();
+        lineCount = subscription->getNewOutputLines(&lines, maxLines, kMaxPerLine);
         appendQueueState(statistics, *subscription);
+        *out += lineCount;
+        *out += lines;
         *out += statistics;
     } catch (const UACErr& raised) {
         error = raised;

@@ -5,6 +5,7 @@
 #include "convert/variant_shape.h"
 #include "subscription/monitored_item.h"
 #include "subscription/subscription.h"
+#include "subscription/value_functions.h"
 
 namespace nimb {
 
@@ -13,8 +14,8 @@ ItemNotification::ItemNotification(Subscription* subscription, std::uint32_t mon
     : subscription_(subscription), value_(takeOver(value)), monitoredItemId_(monitoredItemId) {}
 
 bool ItemNotification::cannotFail() const {
-    return item_ != nullptr && item_->processor() != nullptr && isScalar(value_->value) &&
-           isNumber(typeIndexOf(value_->value.type));
+    return item_ != nullptr && item_->processor() == UAC_TestDataValueProcessor &&
+           isScalar(value_->value) && isNumber(typeIndexOf(value_->value.type));
 }
 
 UACErr ItemNotification::convert() {

@@ -23,6 +23,8 @@ class ItemNotification {
     UACErr process() noexcept;
 
     [[nodiscard]] bool processed() const { return processed_; }
+    /// Releases the value.
+    void discard() { value_.reset(); }
     /// Whether the value cannot reach the host.
     [[nodiscard]] bool failed() const { return failed_; }
     /// Null until processed, and for an item that the subscription does not know.
@@ -30,7 +32,7 @@ class ItemNotification {
     [[nodiscard]] UA_DataValue* value() { return value_.get(); }
 
   private:
-    /// Numbers always reach the host, and are most of what comes.
+    /// Scalar numbers always convert, and are most of what comes.
     bool cannotFail() const;
     UACErr convert();
 

@@ -146,10 +146,12 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
                      static_cast<int>(results), static_cast<int>(count), static_cast<int>(sameId),
                      0);  // indexes run on from item to item and are never taken
     }
+    MonitoredItem& item = items_.emplace_back(monitoredItemId, index, UAC_TestDataValueProcessor);
     try {
         positionsById_.emplace(monitoredItemId, position);
-        return items_.emplace_back(monitoredItemId, index, UAC_TestDataValueProcessor);
+        return item;
     } catch (const std::bad_alloc&) {
+        items_.pop_back();
         throw UACErr(UACERR_CLIENT, 10,
                      "Unexpected bad item index record consistency error (%d,%d)",
                      static_cast<int>(monitoredItemId), index);

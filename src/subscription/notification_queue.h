@@ -23,9 +23,10 @@ class NotificationQueue {
         return notifications_.emplace_back(subscription, monitoredItemId, value);
     }
 
-    /// Removes the front. What it owned goes at the latest when the queue has been used up or as
-    /// many again have been taken as are left.
+    /// Removes the front and releases what it owns. Its place is used again once the queue has been
+    /// used up, or once more places are empty than taken.
     void pop() {
+        front().discard();
         ++first_;
         if (first_ == notifications_.size()) {
             clear();
@@ -36,7 +37,7 @@ class NotificationQueue {
     }
 
   private:
-    /// Entries whose memory is kept for the next changes, about 150 bytes each.
+    /// Entries whose memory is kept for the next changes, about 100 bytes each.
     static constexpr std::size_t kKeptCapacity = 1024;
 
     void clear() {

@@ -1,5 +1,3 @@
-#include <open62541/types_generated.h>
-
 #include <algorithm>
 
 #include "list/nested_list.h"

@@ -3,7 +3,7 @@
 #include <open62541/client_subscriptions.h>
 
 #include <ctime>
-#include <utility>
+#include <initializer_list>
 
 #include "client/opcua_client.h"
 #include "convert/result_exporter.h"
@@ -26,7 +26,7 @@ UA_CreateSubscriptionRequest stackRequest(const SubscriptionRequest& request) {
     return result;
 }
 
-// The coarse clock, exact to a few milliseconds.
+// The coarse clock, exact to a few milliseconds: it is read for every change that arrives.
 std::int64_t milliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -119,7 +119,7 @@ UACErr Subscription::deleteOnServer() {
 
 ItemNotification* Subscription::queue(UA_DataValue* value, std::uint32_t monitoredItemId) {
     const std::lock_guard<std::mutex> lock(queueMutex_);
-    changed_ = true;
+    lastChange_ = milliseconds();
     const auto bound = static_cast<std::uint64_t>(static_cast<std::int64_t>(maxQueueSize_));
     if (maxQueueSize_ != 0 && notificationQueue_.size() >= bound) {
         ++queueLossCount_;
@@ -148,12 +148,6 @@ MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) {
     }
     lastFound_ = entry->second;
     return &items_[lastFound_];
-}
-
-void Subscription::notePoll() {
-    if (std::exchange(changed_, false)) {
-        lastChange_ = milliseconds();
-    }
 }
 
 VeltoList* Subscription::emptyScratch() {

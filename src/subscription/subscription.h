@@ -1,10 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <map>
 #include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "convert/ua_export.h"
@@ -55,8 +54,11 @@ class Subscription {
     /// @throws std::bad_alloc  the value then stays the caller's
     ItemNotification* queue(UA_DataValue* value, std::uint32_t monitoredItemId);
 
-    /// Remembers when changes came last; what comes between two polls counts for the second.
-    void notePoll();
+    /// The lines made at this poll; the buffer is kept for the next one.
+    VeltoList& emptyLines() {
+        lines_.Reset();
+        return lines_;
+    }
     /// Appends lines until the queue is used up, or `maxLines` when that is not 0.
     /// @param maxPerLine  most notifications folded into one line
     /// @return number of lines
@@ -107,8 +109,8 @@ class Subscription {
     std::uint32_t subscriptionId_ = 0;
     OpcuaClient* client_;
     std::vector<MonitoredItem> items_;  ///< index 1 first; stays where it is once it is filled
-    std::unordered_map<std::uint32_t, std::size_t> positionsById_;  ///< in items_
-    std::size_t lastFound_ = 0;                                     ///< position in items_
+    std::map<std::uint32_t, std::size_t> positionsById_;  ///< in items_
+    std::size_t lastFound_ = 0;                           ///< position in items_
     NotificationQueue notificationQueue_;
     std::mutex queueMutex_;  ///< guards the queue and the loss counters against pushes
     int maxQueueSize_;
@@ -119,8 +121,8 @@ class Subscription {
     bool itemsKnown_ = true;
     double keepAliveTime_ = 0;  ///< milliseconds between signs of life from the server
     std::int64_t lastChange_;   ///< milliseconds of a clock that only goes forward
-    bool changed_ = false;      ///< since the last poll
     VeltoList scratch_;
+    VeltoList lines_;
 };
 
 }  // namespace nimb

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
 
@@ -11,12 +12,12 @@
 
 namespace nimb::test {
 
-/// Stands for an 8-byte floating-point item among the arguments of items().
-struct Ieee {
-    double value;
+/// Stands for the items of a list among the arguments of items().
+struct Each {
+    const VeltoList& list;
 };
 
-inline void append(VeltoList& list, Ieee item) { list.appendIEEE64(item.value); }
+inline void append(VeltoList& list, Each part) { list.appendList(part.list); }
 template <typename T>
 void append(VeltoList& list, const T& item) {
     list += item;
@@ -45,24 +46,31 @@ inline UA_String uaString(const char* text) {
             reinterpret_cast<UA_Byte*>(const_cast<char*>(text))};
 }
 
-/// Pseudo-random numbers that are the same in every run.
-class Random {
-  public:
-    std::uint64_t next() {
-        state_ += 0x9E3779B97F4A7C15;
-        std::uint64_t z = state_;
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
-        return z ^ (z >> 31);
-    }
-    /// From `low` to `high` inclusive.
-    std::int64_t between(std::int64_t low, std::int64_t high) {
-        const auto span = static_cast<std::uint64_t>(high) - static_cast<std::uint64_t>(low) + 1;
-        return static_cast<std::int64_t>(static_cast<std::uint64_t>(low) + next() % span);
-    }
+/// A scalar, or with a length an array, over data and dimensions that stay the caller's.
+inline UA_Variant variant(int typeIndex, void* data, std::size_t length = 0,
+                          std::size_t dimCount = 0, UA_UInt32* dims = nullptr) {
+    return {&UA_TYPES[typeIndex], UA_VARIANT_DATA, length, data, dimCount, dims};
+}
 
-  private:
-    std::uint64_t state_ = 1;
-};
+inline UACExport exporter(int variantMode = VARIANT_NESTED, int stringMode = STRING_BYTES,
+                          int dateMode = DATE_UA_INTEGER) {
+    return {variantMode, DATA_VALUE_WITH_TIMES, 0, 0, dateMode, stringMode};
+}
+
+/// The bytes of the items that a call appends, or the error it raises.
+template <typename Write>
+std::string result(Write write) {
+    VeltoList list;
+    const std::string error = errorOf([&] { write(&list); });
+    EXPECT_EQ(list.size(), VeltoList(list.data(), list.datalength()).size());
+    return error == "no error" ? hex(list) : error;
+}
+
+/// What the export of one value gives.
+template <typename T>
+std::string exported(long type, const T& value, const UACExport& e = exporter(),
+                     bool flat = false) {
+    return result([&](VeltoList* list) { e.addToVeltoList(list, type, &value, flat); });
+}
 
 }  // namespace nimb::test

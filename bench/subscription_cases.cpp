@@ -183,7 +183,7 @@ Case followCase(int interval, const Plan& plan) {
 
 void addSubscriptionCases(std::vector<Case>& cases) {
     cases.push_back(followCase(50, {10, 1, 15}));
-    cases.push_back(followCase(10, {10, 1, 150}));
+    cases.push_back(followCase(10, {10, 1, 80}));
 }
 
 }  // namespace nimb::bench

@@ -19,7 +19,8 @@ endif()
 
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(open62541
-  REQUIRED_VARS open62541_LIBRARY open62541_INCLUDE_DIR VERSION_VAR open62541_VERSION)
+  REQUIRED_VARS open62541_LIBRARY open62541_INCLUDE_DIR VERSION_VAR open62541_VERSION
+  HANDLE_VERSION_RANGE)
 
 if(open62541_FOUND AND NOT TARGET open62541::open62541)
   add_library(open62541::open62541 SHARED IMPORTED)

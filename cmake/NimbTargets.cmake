@@ -15,7 +15,8 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 
 add_library(nimb_options INTERFACE)
 target_compile_features(nimb_options INTERFACE cxx_std_20)
-target_include_directories(nimb_options INTERFACE "${PROJECT_SOURCE_DIR}/src")
+target_include_directories(nimb_options INTERFACE
+  "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/include")
 target_compile_options(nimb_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Wold-style-cast -Woverloaded-virtual -Wformat=2 -Wundef

@@ -76,12 +76,12 @@ void connect(EntryCaller& caller, long handle, Input& input) {
                        std::string(user.begin(), user.end()), makeName(input)));
 }
 
-bool isConnect(const nimb::CalloutRow& row) {
+bool isConnect(const nimb_callout_row& row) {
     return std::string_view(row.name).starts_with("zfConnect");
 }
 
 // Arguments as they come, or behind a handle that has a client.
-void callAny(EntryCaller& caller, const nimb::CalloutRow& row, long handle, Input& input) {
+void callAny(EntryCaller& caller, const nimb_callout_row& row, long handle, Input& input) {
     const bool withHandle = input.flag();
     const auto bytes = input.takeBytes(input.take<std::uint16_t>() % 600);
     if (withHandle) {
@@ -97,7 +97,8 @@ void callAny(EntryCaller& caller, const nimb::CalloutRow& row, long handle, Inpu
 }
 
 void callOne(EntryCaller& caller, const Clients& clients, Input& input) {
-    const nimb::CalloutRow& row = nimb::zfedll_static[input.below(nimb::kCalloutRows)];
+    constexpr std::size_t rows = 46;
+    const nimb_callout_row& row = GetZFTable(nullptr, nullptr)[input.below(rows)];
     const std::string_view name = row.name;
     const long handle = clients.pick(input);
     if (name == "zfSetupClientC") {

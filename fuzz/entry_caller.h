@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nimbopcua/callout_table.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -7,7 +9,6 @@
 #include <span>
 #include <string_view>
 
-#include "callout/callout_table.h"
 #include "host/counted_string.h"
 #include "input.h"
 #include "list/velto_list.h"
@@ -18,8 +19,8 @@ namespace nimb::fuzz {
 /// well-formed list that begins with the status.
 class EntryCaller {
   public:
-    static const CalloutRow& row(std::string_view entry) {
-        const CalloutRow* at = zfedll_static;
+    static const nimb_callout_row& row(std::string_view entry) {
+        const nimb_callout_row* at = GetZFTable(nullptr, nullptr);
         while (at->name != entry) {
             ++at;
             require(at->name != nullptr);
@@ -35,7 +36,7 @@ class EntryCaller {
 
     /// @param stated  the length that the input string claims to have; what it claims beyond the
     ///                bytes only if no host string can be that long
-    VeltoROList call(const CalloutRow& called, std::span<const std::uint8_t> bytes,
+    VeltoROList call(const nimb_callout_row& called, std::span<const std::uint8_t> bytes,
                      std::uint16_t stated) {
         // A block of just the bytes in use: a host's whole string would hide reads behind them.
         const Block in(static_cast<HostBytes*>(std::malloc(sizeof stated + bytes.size())));
@@ -45,7 +46,7 @@ class EntryCaller {
                         bytes.size());
         }
         out_->length = kUntouched;
-        const std::string_view arguments = called.argumentSpecification;
+        const std::string_view arguments = called.arguments;
         if (arguments == "Bb") {
             require(reinterpret_cast<int (*)(HostBytes*, const HostBytes*)>(called.function)(
                         out_.get(), in.get()) == 0);

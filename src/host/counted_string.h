@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nimbopcua/callout_table.h>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -15,8 +17,14 @@ struct VeltoString {
     Unit data[Capacity];
 };
 
+/// The one of bytes is the string of the callout table's header.
+template <>
+struct VeltoString<unsigned char, nimb_string_capacity> : nimb_string {
+    static constexpr std::size_t capacity = nimb_string_capacity;
+};
+
 /// Input and output of every ordinary entry: up to 32767 bytes.
-using HostBytes = VeltoString<unsigned char, 32767>;
+using HostBytes = VeltoString<unsigned char, nimb_string_capacity>;
 
 /// What the host fills with message texts: up to 32767 UTF-16 code units.
 using HostText = VeltoString<char16_t, 32767>;

@@ -5,13 +5,10 @@
 namespace nimb {
 
 /// One slot of the host's function table; each slot has a signature of its own.
-using HostFunction = void (*)();
+using HostFunction = nimb_function;
 
 /// A host-managed byte string: the host sets the length word when it provides a buffer.
-struct HostDescriptor {
-    unsigned int length;
-    unsigned char* data;
-};
+using HostDescriptor = nimb_descriptor;
 
 static_assert(offsetof(HostDescriptor, data) == 8, "hosts read the buffer from the second word");
 

@@ -2,9 +2,9 @@
 
 namespace nimb {
 
-const int UAC_version_major = 0;
-const int UAC_version_minor = 3;
-const int UAC_version_revision = 0;
+const int UAC_version_major = NIMB_VERSION_MAJOR;
+const int UAC_version_minor = NIMB_VERSION_MINOR;
+const int UAC_version_revision = NIMB_VERSION_REVISION;
 const int UAC_version_build = 2;
 const char* const UAC_version_text = "";
 

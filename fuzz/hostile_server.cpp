@@ -7,8 +7,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "input.h"
 
@@ -86,21 +88,6 @@ std::uint32_t requestHandleOf(const std::string& request) {
     return numberAt<std::uint32_t>(request, at + kTimestamp);
 }
 
-// open62541 1.4.11 frees memory that it never wrote when the type of an answer to one of its own
-// requests cannot be decoded (stack-findings/). A type of four bytes always can, and the fuzzer
-// gets on to what lies behind.
-void avoidKnownFinding(std::string& message) {
-    constexpr std::size_t body = kChannelHeader + sizeof(std::uint32_t) + kSequenceHeader;
-    if (!message.starts_with("MSG")) {
-        return;
-    }
-    if (message.size() < body + kBodyType) {
-        message.resize(body + kBodyType);
-        put(message, 4, static_cast<std::uint32_t>(message.size()));
-    }
-    message[body] = 1;  // four bytes: this one, the namespace, the number
-}
-
 std::vector<std::string> split(std::span<const std::uint8_t> bytes) {
     std::vector<std::string> messages;
     while (!bytes.empty()) {
@@ -114,7 +101,6 @@ std::vector<std::string> split(std::span<const std::uint8_t> bytes) {
         }
         messages.emplace_back(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
         bytes = bytes.subspan(length);
-        avoidKnownFinding(messages.back());
     }
     return messages;
 }
@@ -134,8 +120,9 @@ void replacePort(std::string& bytes, std::uint16_t port) {
 
 }  // namespace
 
-HostileServer::HostileServer(std::span<const std::uint8_t> replies, Framing framing)
-    : framing_(framing), replies_(split(replies)) {
+HostileServer::HostileServer(std::span<const std::uint8_t> replies, Framing framing,
+                             std::vector<Damage> damages)
+    : framing_(framing), replies_(split(replies)), damages_(std::move(damages)) {
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     wake_ = eventfd(0, EFD_CLOEXEC);
     sockaddr_in address{};
@@ -219,10 +206,25 @@ bool HostileServer::answer(int connection, const std::string& request) {
         reply = takeReplyTo(request);
     }
     if (!reply.empty()) {
-        return send(connection, reply.data(), reply.size(), MSG_NOSIGNAL) > 0;
+        return deliver(connection, reply);
     }
     const bool waits = framing_ == Framing::stream || bodyTypeOf(request) == kPublishRequest;
     return waits || !replies_.empty();
+}
+
+bool HostileServer::deliver(int connection, const std::string& reply) {
+    std::vector<std::string> runs{reply};
+    for (const Damage& damage : damages_) {
+        if (damage.reply == delivered_ && !runs.front().empty()) {
+            auto parts = damaged(runs.front(), damage);
+            runs.erase(runs.begin());
+            runs.insert(runs.begin(), parts.begin(), parts.end());
+        }
+    }
+    ++delivered_;
+    return std::all_of(runs.begin(), runs.end(), [&](const std::string& run) {
+        return send(connection, run.data(), run.size(), MSG_NOSIGNAL) >= 0;
+    });
 }
 
 // The server's answer to that service while there is one; a publish request waits for its own.

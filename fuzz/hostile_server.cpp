@@ -28,6 +28,7 @@ constexpr std::size_t kBodyType = 4;
 constexpr std::size_t kTimestamp = 8;
 constexpr std::size_t kLargestMessage = 1 << 20;
 constexpr std::uint16_t kPublishRequest = 826;
+constexpr std::uint16_t kCreateItemsResponse = 754;
 constexpr std::uint16_t kFromRequestToResponse = 3;
 
 template <typename T>
@@ -106,14 +107,16 @@ std::vector<std::string> split(std::span<const std::uint8_t> bytes) {
 }
 
 // Endpoint addresses in the replies name the port that was recorded: five digits, as all free
-// ports have.
+// ports have. A server also names its port 0.
 void replacePort(std::string& bytes, std::uint16_t port) {
     constexpr std::string_view address = "opc.tcp://127.0.0.1:";
     const std::string digits = std::to_string(port);
     for (std::size_t at = bytes.find(address); at != std::string::npos;
          at = bytes.find(address, at + 1)) {
-        if (at + address.size() + digits.size() <= bytes.size()) {
-            bytes.replace(at + address.size(), digits.size(), digits);
+        const std::size_t recorded = at + address.size();
+        if (bytes.find_first_not_of("0123456789", recorded) >= recorded + digits.size() &&
+            recorded + digits.size() <= bytes.size()) {
+            bytes.replace(recorded, digits.size(), digits);
         }
     }
 }
@@ -196,6 +199,10 @@ bool HostileServer::answer(int connection, const std::string& request) {
     if (request.starts_with("CLO")) {
         return false;
     }
+    if (framing_ == Framing::kept && bodyTypeOf(request) == kPublishRequest && itemsAwaited()) {
+        heldBack_.push_back(request);
+        return true;
+    }
     std::string reply;
     if (framing_ == Framing::stream) {
         for (const std::string& message : replies_) {
@@ -206,10 +213,28 @@ bool HostileServer::answer(int connection, const std::string& request) {
         reply = takeReplyTo(request);
     }
     if (!reply.empty()) {
-        return deliver(connection, reply);
+        return deliver(connection, reply) && answerHeldBack(connection);
     }
     const bool waits = framing_ == Framing::stream || bodyTypeOf(request) == kPublishRequest;
     return waits || !replies_.empty();
+}
+
+// Values that arrive before their items are known would be dropped unseen.
+bool HostileServer::itemsAwaited() const {
+    return std::any_of(replies_.begin(), replies_.end(), [](const std::string& reply) {
+        return reply.starts_with("MSG") && bodyTypeOf(reply) == kCreateItemsResponse;
+    });
+}
+
+bool HostileServer::answerHeldBack(int connection) {
+    if (itemsAwaited()) {
+        return true;
+    }
+    const auto requests = std::exchange(heldBack_, {});
+    return std::all_of(requests.begin(), requests.end(), [&](const std::string& request) {
+        const std::string reply = takeReplyTo(request);
+        return reply.empty() || deliver(connection, reply);
+    });
 }
 
 bool HostileServer::deliver(int connection, const std::string& reply) {

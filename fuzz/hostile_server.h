@@ -40,12 +40,15 @@ class HostileServer {
     void serve();
     void converse(int connection);
     bool answer(int connection, const std::string& request);
+    [[nodiscard]] bool itemsAwaited() const;
+    bool answerHeldBack(int connection);
     bool deliver(int connection, const std::string& reply);
     std::string takeReplyTo(const std::string& request);
     void putRight(std::string& reply, const std::string& request);
 
     const Framing framing_;
     std::vector<std::string> replies_;
+    std::vector<std::string> heldBack_;  ///< publish requests
     const std::vector<Damage> damages_;
     std::size_t delivered_ = 0;
     std::uint32_t sequenceNumber_ = 0;

@@ -7,8 +7,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "input.h"
 
@@ -26,6 +28,7 @@ constexpr std::size_t kBodyType = 4;
 constexpr std::size_t kTimestamp = 8;
 constexpr std::size_t kLargestMessage = 1 << 20;
 constexpr std::uint16_t kPublishRequest = 826;
+constexpr std::uint16_t kCreateItemsResponse = 754;
 constexpr std::uint16_t kFromRequestToResponse = 3;
 
 template <typename T>
@@ -86,21 +89,6 @@ std::uint32_t requestHandleOf(const std::string& request) {
     return numberAt<std::uint32_t>(request, at + kTimestamp);
 }
 
-// open62541 1.4.11 frees memory that it never wrote when the type of an answer to one of its own
-// requests cannot be decoded (stack-findings/). A type of four bytes always can, and the fuzzer
-// gets on to what lies behind.
-void avoidKnownFinding(std::string& message) {
-    constexpr std::size_t body = kChannelHeader + sizeof(std::uint32_t) + kSequenceHeader;
-    if (!message.starts_with("MSG")) {
-        return;
-    }
-    if (message.size() < body + kBodyType) {
-        message.resize(body + kBodyType);
-        put(message, 4, static_cast<std::uint32_t>(message.size()));
-    }
-    message[body] = 1;  // four bytes: this one, the namespace, the number
-}
-
 std::vector<std::string> split(std::span<const std::uint8_t> bytes) {
     std::vector<std::string> messages;
     while (!bytes.empty()) {
@@ -114,28 +102,30 @@ std::vector<std::string> split(std::span<const std::uint8_t> bytes) {
         }
         messages.emplace_back(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
         bytes = bytes.subspan(length);
-        avoidKnownFinding(messages.back());
     }
     return messages;
 }
 
 // Endpoint addresses in the replies name the port that was recorded: five digits, as all free
-// ports have.
+// ports have. A server also names its port 0.
 void replacePort(std::string& bytes, std::uint16_t port) {
     constexpr std::string_view address = "opc.tcp://127.0.0.1:";
     const std::string digits = std::to_string(port);
     for (std::size_t at = bytes.find(address); at != std::string::npos;
          at = bytes.find(address, at + 1)) {
-        if (at + address.size() + digits.size() <= bytes.size()) {
-            bytes.replace(at + address.size(), digits.size(), digits);
+        const std::size_t recorded = at + address.size();
+        if (bytes.find_first_not_of("0123456789", recorded) >= recorded + digits.size() &&
+            recorded + digits.size() <= bytes.size()) {
+            bytes.replace(recorded, digits.size(), digits);
         }
     }
 }
 
 }  // namespace
 
-HostileServer::HostileServer(std::span<const std::uint8_t> replies, Framing framing)
-    : framing_(framing), replies_(split(replies)) {
+HostileServer::HostileServer(std::span<const std::uint8_t> replies, Framing framing,
+                             std::vector<Damage> damages)
+    : framing_(framing), replies_(split(replies)), damages_(std::move(damages)) {
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     wake_ = eventfd(0, EFD_CLOEXEC);
     sockaddr_in address{};
@@ -209,6 +199,10 @@ bool HostileServer::answer(int connection, const std::string& request) {
     if (request.starts_with("CLO")) {
         return false;
     }
+    if (framing_ == Framing::kept && bodyTypeOf(request) == kPublishRequest && itemsAwaited()) {
+        heldBack_.push_back(request);
+        return true;
+    }
     std::string reply;
     if (framing_ == Framing::stream) {
         for (const std::string& message : replies_) {
@@ -219,10 +213,43 @@ bool HostileServer::answer(int connection, const std::string& request) {
         reply = takeReplyTo(request);
     }
     if (!reply.empty()) {
-        return send(connection, reply.data(), reply.size(), MSG_NOSIGNAL) > 0;
+        return deliver(connection, reply) && answerHeldBack(connection);
     }
     const bool waits = framing_ == Framing::stream || bodyTypeOf(request) == kPublishRequest;
     return waits || !replies_.empty();
+}
+
+// Values that arrive before their items are known would be dropped unseen.
+bool HostileServer::itemsAwaited() const {
+    return std::any_of(replies_.begin(), replies_.end(), [](const std::string& reply) {
+        return reply.starts_with("MSG") && bodyTypeOf(reply) == kCreateItemsResponse;
+    });
+}
+
+bool HostileServer::answerHeldBack(int connection) {
+    if (itemsAwaited()) {
+        return true;
+    }
+    const auto requests = std::exchange(heldBack_, {});
+    return std::all_of(requests.begin(), requests.end(), [&](const std::string& request) {
+        const std::string reply = takeReplyTo(request);
+        return reply.empty() || deliver(connection, reply);
+    });
+}
+
+bool HostileServer::deliver(int connection, const std::string& reply) {
+    std::vector<std::string> runs{reply};
+    for (const Damage& damage : damages_) {
+        if (damage.reply == delivered_ && !runs.front().empty()) {
+            auto parts = damaged(runs.front(), damage);
+            runs.erase(runs.begin());
+            runs.insert(runs.begin(), parts.begin(), parts.end());
+        }
+    }
+    ++delivered_;
+    return std::all_of(runs.begin(), runs.end(), [&](const std::string& run) {
+        return send(connection, run.data(), run.size(), MSG_NOSIGNAL) >= 0;
+    });
 }
 
 // The server's answer to that service while there is one; a publish request waits for its own.

@@ -7,7 +7,12 @@
 #include <thread>
 #include <vector>
 
+#include "damage.h"
+
 namespace nimb::fuzz {
+
+/// The first byte of an input whose replies are damaged: damages follow, then the replies.
+inline constexpr std::uint8_t kDamagedFraming = 5;
 
 /// A server on a loopback port that answers requests with given bytes. It serves one connection and
 /// has one thread; further connections end at once.
@@ -20,7 +25,9 @@ class HostileServer {
     };
 
     /// @param replies  messages of a server, one behind the other
-    HostileServer(std::span<const std::uint8_t> replies, Framing framing);
+    /// @param damages  what befalls the replies after all that
+    HostileServer(std::span<const std::uint8_t> replies, Framing framing,
+                  std::vector<Damage> damages = {});
     ~HostileServer();
     HostileServer(const HostileServer&) = delete;
     HostileServer& operator=(const HostileServer&) = delete;
@@ -33,11 +40,17 @@ class HostileServer {
     void serve();
     void converse(int connection);
     bool answer(int connection, const std::string& request);
+    [[nodiscard]] bool itemsAwaited() const;
+    bool answerHeldBack(int connection);
+    bool deliver(int connection, const std::string& reply);
     std::string takeReplyTo(const std::string& request);
     void putRight(std::string& reply, const std::string& request);
 
     const Framing framing_;
     std::vector<std::string> replies_;
+    std::vector<std::string> heldBack_;  ///< publish requests
+    const std::vector<Damage> damages_;
+    std::size_t delivered_ = 0;
     std::uint32_t sequenceNumber_ = 0;
     int listener_ = -1;
     int wake_ = -1;

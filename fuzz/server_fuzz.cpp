@@ -84,9 +84,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     EntryCaller caller;
     Input input(data, size);
     const std::size_t framing = input.below(8);  // mostly kept, to get far
-    HostileServer server(input.takeAll(), framing == 7   ? HostileServer::Framing::stream
-                                          : framing == 6 ? HostileServer::Framing::asIs
-                                                         : HostileServer::Framing::kept);
+    std::vector<nimb::fuzz::Damage> damages;
+    if (framing == nimb::fuzz::kDamagedFraming) {
+        damages.resize(input.below(16));
+        for (auto& damage : damages) {
+            damage = nimb::fuzz::Damage::take(input);
+        }
+    }
+    HostileServer server(input.takeAll(),
+                         framing == 7   ? HostileServer::Framing::stream
+                         : framing == 6 ? HostileServer::Framing::asIs
+                                        : HostileServer::Framing::kept,
+                         std::move(damages));
     Session(caller, server).run();
     return 0;
 }

@@ -292,6 +292,41 @@ TEST_F(LifecycleTest, AFrozenServerCostsTwiceTheTimeoutAtMost) {
     }
 }
 
+// Whoever did not answer the last request is not waited for again.
+TEST_F(LifecycleTest, AGoodByeToASilentServerIsSentButNotWaitedFor) {
+    constexpr long timeout = 1000;
+    ServerProcess frozen;
+    const long client = host_->connectedClient(frozen.url(), timeout);
+    const std::function<void()> goodByes[] = {
+        [&] { disconnect(client); },
+        [&] { setUp(*host_, client, {.timeout = timeout}); },
+        [&] { host_->call("zfDestroyClientB", client); },
+    };
+    for (const auto& goodBye : goodByes) {
+        ASSERT_EQ(connect(client, frozen.url()), "0");
+        frozen.freeze();
+        ASSERT_NE(read(client), "0");
+        const Stopwatch watch;
+        goodBye();
+        EXPECT_LT(watch.milliseconds(), timeout / 2);
+        frozen.thaw();
+    }
+}
+
+// The stack's loop would wait 100 ms for a connection that is closed already.
+TEST_F(LifecycleTest, ADisconnectFromAServerThatWorksIsQuick) {
+    const long client = host_->connectedClient(server_->url());
+    long best = 1000;
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(connect(client, server_->url()), "0");
+        const Stopwatch watch;
+        disconnect(client);
+        best = std::min<long>(best, watch.milliseconds());
+    }
+    EXPECT_LT(best, 50);
+    host_->call("zfDestroyClientB", client);
+}
+
 TEST_F(LifecycleTest, TheDeathOfAServerIsAFailureAndHeals) {
     ServerProcess mortal;
     const long client = host_->connectedClient(mortal.url(), 1000);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "client/opcua_client.h"
+#include "client/stack_call.h"
 
 namespace nimb {
 
@@ -66,6 +67,7 @@ UACErr OpcuaClient::readAttribute(void* out, const UA_NodeId& id, UA_AttributeId
     if (UACErr error = checkUsable(); error.isError()) {
         return error;
     }
+    const auto call = StackCall::request(client_.get());
     const UA_StatusCode status =
         sessionMayBeUsed() ? __UA_Client_readAttribute(client_.get(), &id, attribute, out, type)
                            : UA_STATUSCODE_BADCONNECTIONCLOSED;
@@ -88,6 +90,7 @@ UA_StatusCode OpcuaClient::writeValue(const UA_NodeId& id, void* value, std::siz
     if (!sessionMayBeUsed()) {
         return UA_STATUSCODE_BADCONNECTIONCLOSED;
     }
+    const auto call = StackCall::request(client_.get());
     UA_Variant variant;
     UA_Variant_setScalar(&variant, value, &UA_TYPES[typeIndex]);
     return __UA_Client_writeAttribute(client_.get(), &id, UA_ATTRIBUTEID_VALUE, &variant,

@@ -1,6 +1,7 @@
 #include <new>
 
 #include "client/opcua_client.h"
+#include "client/stack_call.h"
 
 namespace nimb {
 
@@ -68,6 +69,7 @@ UACErr OpcuaClient::getState(ClientState* state) const {
 
 void OpcuaClient::closeSession() {
     sessionOpened_ = false;
+    const auto call = StackCall::goodBye(client_.get());
     UA_Client_disconnect(client_.get());
 }
 
@@ -94,7 +96,11 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
 }
 
 UACErr OpcuaClient::connectTo(const char* url) {
-    const UA_StatusCode status = UA_Client_connect(client_.get(), url);
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+    {
+        const auto call = StackCall::request(client_.get());
+        status = UA_Client_connect(client_.get(), url);
+    }
     sessionOpened_ = status == UA_STATUSCODE_GOOD;
     if (sessionOpened_) {
         return {};

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "client/guarded_transport.h"
 #include "client/opcua_client.h"
 #include "client/security_material.h"
 #include "errors/log_file.h"
@@ -72,10 +73,16 @@ UACErr OpcuaClient::makeStackClient() {
     return {};
 }
 
-void OpcuaClient::finishSetup(int timeout) {
+// Sessions of hosts that ended without a good-bye stay at the server for the time asked for: long
+// enough for hosts that call every few minutes, short enough for servers with few sessions to give.
+UACErr OpcuaClient::finishSetup(int timeout) {
+    constexpr UA_UInt32 sessionTimeout = 5 * 60 * 1000;  // milliseconds
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());
     config->timeout = static_cast<UA_UInt32>(timeout);
+    config->requestedSessionTimeout = sessionTimeout;
     watchSubscriptions(config);
+    const UA_StatusCode status = GuardedTransport::install(*config);
+    return status == UA_STATUSCODE_GOOD ? UACErr() : UACErr::opcua(status);
 }
 
 UACErr OpcuaClient::setup(int timeout) {
@@ -86,8 +93,7 @@ UACErr OpcuaClient::setup(int timeout) {
     if (status != UA_STATUSCODE_GOOD) {
         return UACErr::opcua(status);
     }
-    finishSetup(timeout);
-    return {};
+    return finishSetup(timeout);
 }
 
 UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode,
@@ -116,8 +122,7 @@ UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode
     config->securityMode = mode;
     UA_String_clear(&config->clientDescription.applicationUri);
     config->clientDescription.applicationUri = UA_String_fromChars(applicationUri.c_str());
-    finishSetup(timeout);
-    return {};
+    return finishSetup(timeout);
 }
 
 }  // namespace nimb

@@ -138,7 +138,7 @@ class OpcuaClient {
         std::map<std::uint32_t, std::unique_ptr<Subscription, SubscriptionDeleter>>;
 
     UACErr makeStackClient();
-    void finishSetup(int timeout);
+    UACErr finishSetup(int timeout);
     /// Tells the stack to report subscriptions that have gone silent.
     static void watchSubscriptions(UA_ClientConfig* config);
     void discardSubscriptions();

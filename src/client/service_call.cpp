@@ -1,4 +1,5 @@
 #include "client/opcua_client.h"
+#include "client/stack_call.h"
 
 namespace nimb {
 
@@ -17,6 +18,7 @@ void OpcuaClient::callService(const void* request, const UA_DataType* requestTyp
             UA_STATUSCODE_BADCONNECTIONCLOSED;
         return;
     }
+    const auto call = StackCall::request(client_.get());
     __UA_Client_Service(client_.get(), request, requestType, response, responseType);
 }
 

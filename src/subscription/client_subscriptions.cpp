@@ -2,6 +2,7 @@
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
+#include "client/stack_call.h"
 #include "list/nested_list.h"
 #include "subscription/stack_callbacks.h"
 #include "subscription/subscription.h"
@@ -79,7 +80,10 @@ UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned s
         VeltoList statistics;
         statistics += subscription->getMaxQueueSize();
         appendQueueState(statistics, *subscription);
-        UA_Client_run_iterate(client_.get(), timeout);
+        {
+            const auto call = StackCall::drive(client_.get(), timeout);
+            UA_Client_run_iterate(client_.get(), timeout);
+        }
         appendQueueState(statistics, *subscription);
         VeltoList& lines = subscription->emptyLines();
         lineCount = subscription->getNewOutputLines(&lines, maxLines, kMaxPerLine);

@@ -6,6 +6,7 @@
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
+#include "client/stack_call.h"
 #include "subscription/stack_callbacks.h"
 #include "subscription/subscription.h"
 #include "subscription/value_functions.h"
@@ -57,6 +58,7 @@ CreateItemsResponse createItems(OpcuaClient* client, std::uint32_t subscriptionI
         ids.size(), UAC_DataChangeNotificationCallback);
     std::vector<UA_Client_DeleteMonitoredItemCallback> deleteCallbacks(
         ids.size(), UAC_DeleteMonitoredItemCallback);
+    const auto stackCall = StackCall::request(client->stackClient());
     UA_CreateMonitoredItemsRequest call{};
     call.subscriptionId = subscriptionId;
     call.timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;

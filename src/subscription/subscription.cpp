@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "client/opcua_client.h"
+#include "client/stack_call.h"
 #include "convert/result_exporter.h"
 #include "errors/log_file.h"
 #include "subscription/stack_callbacks.h"
@@ -73,6 +74,7 @@ UACErr Subscription::createSubscriptionOnServer(SubscriptionRequest& request) {
     }
     CreateResponse response;
     if (client_->sessionMayBeUsed()) {
+        const auto call = StackCall::request(stack);
         response.reset(UA_Client_Subscriptions_create(stack, stackRequest(request), client_,
                                                       UAC_StatusChangeNotificationCallback,
                                                       UAC_DeleteSubscriptionCallback));
@@ -104,6 +106,7 @@ UACErr Subscription::deleteOnServer() {
     request.subscriptionIdsSize = 1;
     DeleteResponse response;
     if (client_->sessionMayBeUsed()) {
+        const auto call = StackCall::request(stack);
         response.reset(UA_Client_Subscriptions_delete(stack, request));
     } else {
         response->responseHeader.serviceResult = UA_STATUSCODE_BADCONNECTIONCLOSED;

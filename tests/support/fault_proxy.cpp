@@ -57,6 +57,9 @@ FaultProxy::FaultProxy(std::uint16_t server)
         listen(listener_.get(), backlog) != 0) {
         throw std::system_error(errno, std::generic_category(), "fault proxy");
     }
+    // Small, so that a client soon notices that nobody reads.
+    const int room = 1 << 16;
+    setsockopt(listener_.get(), SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
     port_ = ntohs(address.sin_port);
     thread_ = std::thread([this] { serve(); });
 }
@@ -117,6 +120,7 @@ void FaultProxy::wait(Fault fault) {
 void FaultProxy::accept(Fault fault) {
     const int client = accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC);
     if (client < 0) return;
+    ++connectionsSeen_;
     sendAtOnce(client);
     if (fault == Fault::reset) armReset(client);
     Connection& connection = connections_.emplace_back(client, newSocket(0));
@@ -150,7 +154,7 @@ bool FaultProxy::pump(Stream& stream, Fault fault) const {
     if (count == 0 || (count < 0 && errno != EAGAIN)) return false;
     if (stream.isReply && fault == Fault::halfOpen) return true;
     if (count > 0) {
-        const std::string_view run(bytes.data(), static_cast<std::size_t>(count));
+        std::string run(bytes.data(), static_cast<std::size_t>(count));
         if (stream.isReply && onReply) onReply(run);
         stream.waiting += run;
     }

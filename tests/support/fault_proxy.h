@@ -1,12 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
 
 #include "support/child_process.h"
@@ -41,9 +41,11 @@ class FaultProxy {
     /// Milliseconds between two bytes of one direction under Fault::slow.
     static constexpr int slowness = 5;
 
-    /// Sees every run of bytes that comes from the server, in the relay's thread. To be set before
-    /// the first connection.
-    std::function<void(std::string_view)> onReply;
+    /// Sees every run of bytes that comes from the server, in the relay's thread, and may change
+    /// it. To be set before the first connection.
+    std::function<void(std::string&)> onReply;
+    /// How many connections clients have opened so far.
+    int connectionsSeen() const { return connectionsSeen_; }
 
   private:
     /// One direction of a connection: bytes read from one end and not yet written to the other.
@@ -80,6 +82,7 @@ class FaultProxy {
 
     std::mutex mutex_;
     std::condition_variable applied_;
+    std::atomic<int> connectionsSeen_ = 0;
     Fault wanted_ = Fault::none;
     Fault inEffect_ = Fault::none;
     bool stopping_ = false;

@@ -107,6 +107,44 @@ void offerOnly(TestServer& server, const std::string& policy) {
     });
 }
 
+UA_StatusCode (*signOriginal)(void*, const UA_ByteString*, UA_ByteString*) = nullptr;
+
+/// Breaks the type of a response to ActivateSession before it is signed and encrypted.
+UA_StatusCode signBroken(void* channel, const UA_ByteString* message, UA_ByteString* signature) {
+    constexpr std::size_t body = 24;
+    constexpr UA_UInt16 activateSessionResponse = 470;
+    UA_UInt16 type = 0;
+    std::memcpy(&type, message->data + body + 2, sizeof type);
+    if (type == activateSessionResponse) message->data[body] = 0xFF;
+    return signOriginal(channel, message, signature);
+}
+
+// Such a server is known and trusted, but not to be trusted with the process.
+TEST_F(SecurityTest, AnEncryptedResponseWhoseTypeCannotBeDecodedIsRefused) {
+    TestServer server(secured(office_->server));
+    offerOnly(server, "Basic256Sha256");
+    server.run([](plant::PlantServer& plant) {
+        UA_ServerConfig* config = UA_Server_getConfig(plant.server());
+        for (std::size_t i = 0; i < config->securityPoliciesSize; ++i) {
+            UA_SecurityPolicy& policy = config->securityPolicies[i];
+            auto& sign = policy.symmetricModule.cryptoModule.signatureAlgorithm.sign;
+            const std::string uri(policy.policyUri.data,
+                                  policy.policyUri.data + policy.policyUri.length);
+            if (uri.ends_with("#Basic256Sha256")) {
+                signOriginal = std::exchange(sign, signBroken);
+            }
+        }
+    });
+    LogFolder log(*host_);
+    log.begin();
+    const long client = newClientObject(*host_);
+    EXPECT_EQ(setUp(*host_, client, encrypted()).text(), "0");
+    EXPECT_NE(connect(client, server.url()), "0");
+    EXPECT_TRUE(
+        log.has("Connection closed, the server sent", "a response whose type cannot be decoded"));
+    host_->call("zfDestroyClientB", client);
+}
+
 TEST_F(SecurityTest, EveryPolicyWorksWithFilesOfEitherForm) {
     struct Case {
         const char* policy;

@@ -13,21 +13,6 @@ constexpr std::uint32_t kLargestReason = 4096;
 constexpr std::uint32_t kChannelAnswerSize = 32;  // with three empty strings and no body
 constexpr std::uint32_t kBodyAt = 24;
 
-// Of a node id by its first byte. A response's type has one of the three numeric forms; of others
-// that do not decode, open62541 1.4.11 clears values it has not initialised.
-std::uint8_t typeSizeOf(unsigned char form) {
-    switch (form) {
-        case 0:
-            return 2;
-        case 1:
-            return 4;
-        case 2:
-            return 7;
-        default:
-            return 0;
-    }
-}
-
 }  // namespace
 
 const char* ChunkStream::follow(std::span<const unsigned char> bytes) {
@@ -101,32 +86,25 @@ const char* ChunkStream::beginMessageChunk() {
         return "a message above 4 MiB or of more than 1024 chunks";
     }
     messageSize_ += size_;
-    readsType_ = inClear_ && header_[3] != 'A' && (typeSize_ == 0 || typeBytes_ < typeSize_);
+    readsType_ = inClear_ && header_[3] != 'A' && !type_.whole();
     return nullptr;
 }
 
 const char* ChunkStream::takeContents(std::span<const unsigned char>& bytes) {
     const auto contents = bytes.first(std::min<std::size_t>(bytes.size(), size_ - position_));
     bytes = bytes.subspan(contents.size());
-    if (readsType_) {
-        if (const char* refusal = takeType(contents); refusal != nullptr) {
-            return refusal;
-        }
+    if (readsType_ && !takeType(contents)) {
+        return kTypeUndecodable;
     }
     position_ += static_cast<std::uint32_t>(contents.size());
     return position_ == size_ ? endChunk() : nullptr;
 }
 
-const char* ChunkStream::takeType(std::span<const unsigned char> contents) {
-    std::size_t at = position_ < kBodyAt ? kBodyAt - position_ : 0;
-    for (; at < contents.size() && readsType_; ++at) {
-        if (typeBytes_ == 0) {
-            typeSize_ = typeSizeOf(contents[at]);
-        }
-        ++typeBytes_;
-        readsType_ = typeBytes_ < typeSize_;
-    }
-    return typeBytes_ != 0 && typeSize_ == 0 ? "a response whose type cannot be decoded" : nullptr;
+bool ChunkStream::takeType(std::span<const unsigned char> contents) {
+    const std::size_t headers = position_ < kBodyAt ? kBodyAt - position_ : 0;
+    const bool decodable = type_.take(contents.subspan(std::min(headers, contents.size())));
+    readsType_ = !type_.whole();
+    return decodable;
 }
 
 const char* ChunkStream::endChunk() {
@@ -134,16 +112,15 @@ const char* ChunkStream::endChunk() {
     if (!is("MSG") || header_[3] == 'C') {
         return nullptr;
     }
-    const bool typeMissing = inClear_ && header_[3] == 'F' && (typeSize_ == 0 || readsType_);
+    const bool cutShort = inClear_ && header_[3] == 'F' && !type_.whole();
     endMessage();
-    return typeMissing ? "a response that ends within its type" : nullptr;
+    return cutShort ? kTypeCutShort : nullptr;
 }
 
 void ChunkStream::endMessage() {
     messageSize_ = 0;
     messageChunks_ = 0;
-    typeBytes_ = 0;
-    typeSize_ = 0;
+    type_.reset();
 }
 
 }  // namespace nimb

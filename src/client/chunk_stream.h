@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "client/response_type.h"
+
 namespace nimb {
 
 /// Follows the bytes that a server sends on one connection, in whatever runs they arrive, and tells
@@ -39,7 +41,7 @@ class ChunkStream {
     const char* takeContents(std::span<const unsigned char>& bytes);
     const char* beginChunk();
     const char* beginMessageChunk();
-    const char* takeType(std::span<const unsigned char> contents);
+    bool takeType(std::span<const unsigned char> contents);
     const char* endChunk();
     void endMessage();
     [[nodiscard]] bool is(const char* type) const;
@@ -51,8 +53,7 @@ class ChunkStream {
     std::uint32_t size_ = 0;      ///< of the chunk
     std::uint32_t messageSize_ = 0;
     std::uint32_t messageChunks_ = 0;
-    std::uint8_t typeBytes_ = 0;  ///< of the body's type, taken so far
-    std::uint8_t typeSize_ = 0;   ///< 0 until its first byte has come
+    ResponseType type_;
     Stage stage_ = Stage::beginning;
     bool inClear_ = true;
     bool readsType_ = false;  ///< in this chunk

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "client/chunk_stream.h"
+#include "client/decrypted_messages.h"
 
 namespace nimb {
 
@@ -56,6 +57,8 @@ class GuardedConnection {
     [[nodiscard]] std::uintptr_t id() const { return id_; }
     [[nodiscard]] bool closing() const { return closing_; }
     [[nodiscard]] bool channelAnswered() const { return stream_.channelAnswered(); }
+    /// What the security policies decrypt of it.
+    [[nodiscard]] DecryptedMessages* decrypted() { return &decrypted_; }
 
     /// Begins with the first address.
     /// @param deadline  the addresses share the time until then
@@ -91,6 +94,7 @@ class GuardedConnection {
     TransportClock::time_point addressDue_;
     std::uintptr_t socket_ = 0;
     ChunkStream stream_;
+    DecryptedMessages decrypted_;
     bool announced_ = false;
     bool established_ = false;
     bool closing_ = false;

@@ -72,7 +72,7 @@ UA_StatusCode GuardedTransport::install(UA_ClientConfig& config) {
     };
     config.localConnectionConfig.localMaxMessageSize = ChunkStream::kLargestMessage;
     config.localConnectionConfig.localMaxChunkCount = ChunkStream::kMostChunks;
-    return UA_STATUSCODE_GOOD;
+    return DecryptedMessages::watch(config);
 }
 
 // As an event source it has nothing to start and nothing to wait for. It is the event loop's from
@@ -201,7 +201,19 @@ UA_StatusCode GuardedTransport::open(const UA_KeyValueMap& params, ConnectionReq
 UA_StatusCode GuardedTransport::runLoop(UA_EventLoop* loop, UA_UInt32 timeout) {
     timeout = boundedWait(timeout);
     errno = 0;
-    return run_(loop, timeout);
+    readDecrypted();
+    const UA_StatusCode status = run_(loop, timeout);
+    DecryptedMessages::setReader(nullptr);
+    return status;
+}
+
+// Before the loop runs: what it kept of the bytes that came last is read without another event.
+void GuardedTransport::readDecrypted() {
+    for (const auto& connection : connections_) {
+        if (!connection->closing()) {
+            DecryptedMessages::setReader(connection->decrypted());
+        }
+    }
 }
 
 /// @return how long the event loop may wait, in milliseconds
@@ -259,6 +271,8 @@ void GuardedTransport::addressWorks(const std::string& address) {
 
 // Before `ended`, the stack has been told and may have opened the next connection.
 void GuardedTransport::ended(GuardedConnection& connection) {
+    DecryptedMessages::setReader(nullptr);
+    readDecrypted();
     std::erase_if(connections_, [&](const auto& other) { return other.get() == &connection; });
 }
 

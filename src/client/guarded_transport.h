@@ -55,6 +55,7 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     UA_StatusCode open(const UA_KeyValueMap& params, ConnectionRequest request);
     UA_StatusCode runLoop(UA_EventLoop* loop, UA_UInt32 timeout);
     UA_UInt32 boundedWait(UA_UInt32 timeout);
+    void readDecrypted();
     void closeAll();
     [[nodiscard]] GuardedConnection* find(std::uintptr_t id) const;
     [[nodiscard]] bool overdue(TransportClock::time_point now) const;

@@ -1,0 +1,101 @@
+#include "client/decrypted_messages.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "errors/log_file.h"
+
+namespace nimb {
+
+namespace {
+
+using Verify = UA_StatusCode (*)(void* channel, const UA_ByteString* chunk,
+                                 const UA_ByteString* signature);
+
+/// More than the policies of open62541 1.4.11, each of which has a function of its own.
+constexpr std::size_t kMostPolicies = 16;
+
+/// The functions that the stack's policies came with, filled from the front and never changed; the
+/// same for all clients of the process.
+std::array<Verify, kMostPolicies> verifiers{};
+
+/// The messages that the stack reads just now. The policies' functions know the channel's keys, but
+/// neither client nor connection.
+thread_local DecryptedMessages* reader = nullptr;
+
+template <std::size_t Policy>
+UA_StatusCode verifyAndShow(void* channel, const UA_ByteString* chunk,
+                            const UA_ByteString* signature) noexcept {
+    const UA_StatusCode status = verifiers[Policy](channel, chunk, signature);
+    if (status != UA_STATUSCODE_GOOD || reader == nullptr || reader->accept(*chunk)) {
+        return status;
+    }
+    return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
+}
+
+template <std::size_t... Policy>
+constexpr std::array<Verify, sizeof...(Policy)> makeWatching(std::index_sequence<Policy...>) {
+    return {verifyAndShow<Policy>...};
+}
+constexpr auto watching = makeWatching(std::make_index_sequence<kMostPolicies>());
+
+bool isNone(const UA_SecurityPolicy& policy) {
+    const std::string_view uri(reinterpret_cast<const char*>(policy.policyUri.data),
+                               policy.policyUri.length);
+    return uri.ends_with("#None");
+}
+
+}  // namespace
+
+UA_StatusCode DecryptedMessages::watch(UA_ClientConfig& config) {
+    for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
+        UA_SecurityPolicy& policy = config.securityPolicies[i];
+        Verify& verify = policy.symmetricModule.cryptoModule.signatureAlgorithm.verify;
+        if (isNone(policy)) {
+            continue;
+        }
+        auto slot = std::find(verifiers.begin(), verifiers.end(), verify);
+        if (slot == verifiers.end()) {
+            slot = std::find(verifiers.begin(), verifiers.end(), nullptr);
+        }
+        if (slot == verifiers.end()) {
+            return UA_STATUSCODE_BADINTERNALERROR;
+        }
+        *slot = verify;
+        verify = watching[static_cast<std::size_t>(slot - verifiers.begin())];
+    }
+    return UA_STATUSCODE_GOOD;
+}
+
+void DecryptedMessages::setReader(DecryptedMessages* messages) { reader = messages; }
+
+bool DecryptedMessages::accept(const UA_ByteString& chunk) {
+    const char* refused = refusal({chunk.data, chunk.length});
+    if (refused != nullptr) {
+        UAC_WriteLogFile("Connection closed, the server sent %s", refused);
+    }
+    return refused == nullptr;
+}
+
+// Behind the body stands the padding, its last byte the number of the others.
+const char* DecryptedMessages::refusal(std::span<const unsigned char> chunk) {
+    constexpr std::size_t bodyAt = 24;
+    constexpr std::size_t finalAt = 3;
+    if (chunk.size() <= bodyAt || chunk.size() - bodyAt - 1 < chunk.back()) {
+        return "a chunk smaller than its padding";
+    }
+    const std::size_t bodySize = chunk.size() - bodyAt - 1 - chunk.back();
+    const unsigned char final = chunk[finalAt];
+    if (final != 'A' && !type_.whole() && !type_.take(chunk.subspan(bodyAt, bodySize))) {
+        return kTypeUndecodable;
+    }
+    const bool cutShort = final == 'F' && !type_.whole();
+    if (final != 'C') {
+        type_.reset();
+    }
+    return cutShort ? kTypeCutShort : nullptr;
+}
+
+}  // namespace nimb

@@ -26,6 +26,7 @@ class ChunkStream {
 
     /// @param inClear  bodies can be read: the channel is not encrypted
     void setInClear(bool inClear) { inClear_ = inClear; }
+    [[nodiscard]] bool inClear() const { return inClear_; }
 
     /// Takes the next bytes of the stream. After a refusal the stream is not to be used again.
     /// @return null, or what was refused, in words that complete "the server sent ..."

@@ -171,7 +171,6 @@ void GuardedConnection::established(const UA_KeyValueMap* params, const UA_ByteS
             return;
         }
     }
-    DecryptedMessages::setReader(&decrypted_);
     handOn(UA_CONNECTIONSTATE_ESTABLISHED, params, bytes);
 }
 

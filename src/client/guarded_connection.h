@@ -57,8 +57,10 @@ class GuardedConnection {
     [[nodiscard]] std::uintptr_t id() const { return id_; }
     [[nodiscard]] bool closing() const { return closing_; }
     [[nodiscard]] bool channelAnswered() const { return stream_.channelAnswered(); }
-    /// What the security policies decrypt of it.
-    [[nodiscard]] DecryptedMessages* decrypted() { return &decrypted_; }
+    /// What the security policies decrypt of it; null on a channel in clear.
+    [[nodiscard]] DecryptedMessages* decrypted() {
+        return stream_.inClear() ? nullptr : &decrypted_;
+    }
 
     /// Begins with the first address.
     /// @param deadline  the addresses share the time until then

@@ -143,12 +143,12 @@ GuardedTransport* GuardedTransport::of(UA_Client* client) {
     return config == nullptr || config->eventLoop == nullptr ? nullptr : of(config->eventLoop);
 }
 
-// After a request that timed out the good-bye is sent, but not waited for: whoever did not answer
-// until then would cost one timeout more. The flag ends with the first byte that arrives.
+// After a request that nothing was heard of until its timeout the good-bye is sent, but not waited
+// for: it would cost one timeout more. The flag ends with the first byte that arrives.
 void GuardedTransport::begin(Use use, UA_UInt32 timeout) {
     const auto now = TransportClock::now();
     const bool inVain = use == Use::goodBye && lastRequestTimedOut_;
-    call_ = {use, true, use != Use::goodBye, 0, now, now};
+    call_ = {use, true, true, use != Use::goodBye, false, 0, now, now, now};
     if (!inVain) {
         call_.deadline += milliseconds(timeout);
         call_.end = call_.deadline + kSlack;
@@ -158,7 +158,7 @@ void GuardedTransport::begin(Use use, UA_UInt32 timeout) {
 
 void GuardedTransport::end() {
     call_.going = false;
-    if (call_.use == Use::request && TransportClock::now() >= call_.deadline) {
+    if (call_.use == Use::request && !call_.heard && TransportClock::now() >= call_.deadline) {
         lastRequestTimedOut_ = true;
     }
 }
@@ -200,25 +200,26 @@ UA_StatusCode GuardedTransport::open(const UA_KeyValueMap& params, ConnectionReq
 // EINTR or EAGAIN, left behind by whatever the host did before, for "try again".
 UA_StatusCode GuardedTransport::runLoop(UA_EventLoop* loop, UA_UInt32 timeout) {
     timeout = boundedWait(timeout);
-    errno = 0;
     readDecrypted();
-    const UA_StatusCode status = run_(loop, timeout);
-    DecryptedMessages::setReader(nullptr);
-    return status;
+    errno = 0;
+    return run_(loop, timeout);
 }
 
 // Before the loop runs: what it kept of the bytes that came last is read without another event.
-void GuardedTransport::readDecrypted() {
+void GuardedTransport::readDecrypted() const {
+    DecryptedMessages* messages = nullptr;
     for (const auto& connection : connections_) {
-        if (!connection->closing()) {
-            DecryptedMessages::setReader(connection->decrypted());
+        if (!connection->closing() && connection->decrypted() != nullptr) {
+            messages = connection->decrypted();
         }
     }
+    DecryptedMessages::setReader(messages);
 }
 
 /// @return how long the event loop may wait, in milliseconds
 UA_UInt32 GuardedTransport::boundedWait(UA_UInt32 timeout) {
-    const auto now = TransportClock::now();
+    // The clock once a call, as long as one run of the loop is enough.
+    const auto now = std::exchange(call_.begun, false) ? call_.begin : TransportClock::now();
     if (overdue(now)) {
         closeAll();
     }
@@ -272,7 +273,6 @@ void GuardedTransport::addressWorks(const std::string& address) {
 // Before `ended`, the stack has been told and may have opened the next connection.
 void GuardedTransport::ended(GuardedConnection& connection) {
     DecryptedMessages::setReader(nullptr);
-    readDecrypted();
     std::erase_if(connections_, [&](const auto& other) { return other.get() == &connection; });
 }
 

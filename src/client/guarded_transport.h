@@ -55,12 +55,15 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     UA_StatusCode open(const UA_KeyValueMap& params, ConnectionRequest request);
     UA_StatusCode runLoop(UA_EventLoop* loop, UA_UInt32 timeout);
     UA_UInt32 boundedWait(UA_UInt32 timeout);
-    void readDecrypted();
+    void readDecrypted() const;
     void closeAll();
     [[nodiscard]] GuardedConnection* find(std::uintptr_t id) const;
     [[nodiscard]] bool overdue(TransportClock::time_point now) const;
 
-    void bytesArrived() override { lastRequestTimedOut_ = false; }
+    void bytesArrived() override {
+        call_.heard = true;
+        lastRequestTimedOut_ = false;
+    }
     void addressWorks(const std::string& address) override;
     void failed() override { call_.mayOpen = false; }
     void ended(GuardedConnection& connection) override;
@@ -69,8 +72,11 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     struct Call {
         Use use = Use::drive;
         bool going = false;
+        bool begun = false;  ///< and the loop has not run since
         bool mayOpen = true;
+        bool heard = false;  ///< bytes have arrived
         int opened = 0;
+        TransportClock::time_point begin;
         TransportClock::time_point deadline;
         /// When the guard ends what the stack did not end itself.
         TransportClock::time_point end;

@@ -47,23 +47,25 @@ OpcuaClient::OpcuaClient() {
 OpcuaClient::~OpcuaClient() { static_cast<void>(clear()); }
 
 UACErr OpcuaClient::clear() {
+    bulkReads_.clear();
+    discardStackClient();
+    return {};
+}
+
+void OpcuaClient::discardStackClient() {
     if (client_ != nullptr) {
         // The stack reports the subscriptions as deleted from within; they are still there.
         closeSession();
     }
-    bulkReads_.clear();
     discardSubscriptions();
     client_.reset();
-    return {};
 }
 
 // The logger is in place before the defaults are applied: the event loop, the certificate check
 // and the security policies of open62541 1.4 each keep the pointer they find then. Without a log
 // file the stack is silent, for its default logger prints to the host's standard output.
 UACErr OpcuaClient::makeStackClient() {
-    if (UACErr error = clear(); error.isError()) {
-        return error;
-    }
+    discardStackClient();
     UA_ClientConfig config{};
     config.logging = UAC_log_filename == nullptr ? &UAC_UA_Log_silent : &UAC_UA_Log_toFile;
     client_.reset(UA_Client_newWithConfig(&config));

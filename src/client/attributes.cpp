@@ -70,8 +70,7 @@ UACErr OpcuaClient::readAttribute(void* out, const UA_NodeId& id, UA_AttributeId
     const auto call = StackCall::request(client_.get());
     const UA_StatusCode status =
         sessionMayBeUsed()
-            ? noteServiceResult(
-                  __UA_Client_readAttribute(client_.get(), &id, attribute, out, type))
+            ? noteServiceResult(__UA_Client_readAttribute(client_.get(), &id, attribute, out, type))
             : UA_STATUSCODE_BADCONNECTIONCLOSED;
     if (status == UA_STATUSCODE_GOOD) {
         return {};

@@ -8,8 +8,8 @@ namespace nimb {
 
 namespace {
 
-/// Milliseconds since the machine started. Unlike the stack's clock it goes on while the machine, or
-/// the virtual one, is suspended: servers let channels end meanwhile.
+/// Milliseconds since the machine started. Unlike the stack's clock it goes on while the machine,
+/// or the virtual one, is suspended: servers let channels end meanwhile.
 long uptime() {
     timespec now{};
     clock_gettime(CLOCK_BOOTTIME, &now);
@@ -19,8 +19,8 @@ long uptime() {
 /// Calls that follow each other faster find the channel as the call before has left it.
 constexpr long kIdle = 100;  // milliseconds
 
-/// Longest wait for the answer to a renewal of the channel, in milliseconds. A server that gives none
-/// costs no more of the host's time.
+/// Longest wait for the answer to a renewal of the channel, in milliseconds. A server that gives
+/// none costs no more of the host's time.
 constexpr UA_UInt32 kRenewalWait = 500;
 
 bool meansSessionIsGone(UA_StatusCode status) {

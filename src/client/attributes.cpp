@@ -67,11 +67,12 @@ UACErr OpcuaClient::readAttribute(void* out, const UA_NodeId& id, UA_AttributeId
     if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
-    const auto call = StackCall::request(client_.get());
-    const UA_StatusCode status =
-        sessionMayBeUsed()
-            ? noteServiceResult(__UA_Client_readAttribute(client_.get(), &id, attribute, out, type))
-            : UA_STATUSCODE_BADCONNECTIONCLOSED;
+    UA_StatusCode status = UA_STATUSCODE_BADCONNECTIONCLOSED;
+    if (sessionMayBeUsed()) {
+        const auto call = StackCall::request(client_.get());
+        status = __UA_Client_readAttribute(client_.get(), &id, attribute, out, type);
+    }
+    noteServiceResult(status);
     if (status == UA_STATUSCODE_GOOD) {
         return {};
     }
@@ -91,11 +92,16 @@ UA_StatusCode OpcuaClient::writeValue(const UA_NodeId& id, void* value, std::siz
     if (!sessionMayBeUsed()) {
         return UA_STATUSCODE_BADCONNECTIONCLOSED;
     }
-    const auto call = StackCall::request(client_.get());
     UA_Variant variant;
     UA_Variant_setScalar(&variant, value, &UA_TYPES[typeIndex]);
-    return noteServiceResult(__UA_Client_writeAttribute(client_.get(), &id, UA_ATTRIBUTEID_VALUE,
-                                                        &variant, &UA_TYPES[UA_TYPES_VARIANT]));
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+    {
+        const auto call = StackCall::request(client_.get());
+        status = __UA_Client_writeAttribute(client_.get(), &id, UA_ATTRIBUTEID_VALUE, &variant,
+                                            &UA_TYPES[UA_TYPES_VARIANT]);
+    }
+    noteServiceResult(status);
+    return status;
 }
 
 UACErr OpcuaClient::writeValueAttributeInt(long value, const UA_NodeId& id, long type) {

@@ -160,8 +160,7 @@ class OpcuaClient {
     void catchUpAfterIdleTime();
     void noteUse();
     /// Closes the session when the server no longer has it, so that the state says so.
-    /// @return the status given
-    UA_StatusCode noteServiceResult(UA_StatusCode status);
+    void noteServiceResult(UA_StatusCode status);
     /// A service call that never opens a session by itself: on a closed one nothing is sent and
     /// the response, zero until then, carries BadConnectionClosed.
     void callService(const void* request, const UA_DataType* requestType, void* response,

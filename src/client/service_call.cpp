@@ -49,25 +49,26 @@ void OpcuaClient::noteUse() { lastUse_ = uptime(); }
 void OpcuaClient::catchUpAfterIdleTime() {
     const long now = uptime();
     if (sessionOpened_ && now - lastUse_ >= kIdle) {
+        UA_Client* const client = client_.get();
+        const UA_UInt32 wait = std::min(UA_Client_getConfig(client)->timeout / 2, kRenewalWait);
+        const auto call = StackCall::drive(client, wait);
         // A channel whose time is over ends with the renewal, and a request behind it with both.
-        const bool renewing = UA_Client_renewSecureChannel(client_.get()) == UA_STATUSCODE_GOOD;
-        const UA_UInt32 timeout = UA_Client_getConfig(client_.get())->timeout;
-        UA_Client_run_iterate(client_.get(), renewing ? std::min(timeout / 2, kRenewalWait) : 0);
+        const bool renewing = UA_Client_renewSecureChannel(client) == UA_STATUSCODE_GOOD;
+        UA_Client_run_iterate(client, renewing ? wait : 0);
         // open62541 1.4.11 sees an ended connection, lets go of it and begins a new one in a round
         // each. Earlier the next request would still be lost.
-        UA_Client_run_iterate(client_.get(), 0);
-        UA_Client_run_iterate(client_.get(), 0);
+        UA_Client_run_iterate(client, 0);
+        UA_Client_run_iterate(client, 0);
     }
     lastUse_ = now;
 }
 
-UA_StatusCode OpcuaClient::noteServiceResult(UA_StatusCode status) {
+void OpcuaClient::noteServiceResult(UA_StatusCode status) {
     if (meansSessionIsGone(status)) {
         // The stack would make a new session by itself, in the middle of which its state says
         // connected. Closed, the state says what the host has to do.
         closeSession();
     }
-    return status;
 }
 
 void OpcuaClient::callService(const void* request, const UA_DataType* requestType, void* response,
@@ -78,8 +79,10 @@ void OpcuaClient::callService(const void* request, const UA_DataType* requestTyp
         header->serviceResult = UA_STATUSCODE_BADCONNECTIONCLOSED;
         return;
     }
-    const auto call = StackCall::request(client_.get());
-    __UA_Client_Service(client_.get(), request, requestType, response, responseType);
+    {
+        const auto call = StackCall::request(client_.get());
+        __UA_Client_Service(client_.get(), request, requestType, response, responseType);
+    }
     noteServiceResult(header->serviceResult);
 }
 

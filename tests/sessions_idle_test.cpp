@@ -85,7 +85,7 @@ TEST(IdleTime, NoRequestIsLostWithAChannelThatEndedMeanwhile) {
 
 TEST(IdleTime, TheStateSaysThatASessionIsGone) {
     TestServer server(living({}, milliseconds(1000)));
-    TestServer brief(living(milliseconds(500), milliseconds(1000)));
+    TestServer brief(living(milliseconds(1000), milliseconds(1000)));
     Host host;
     const long plain = host.connectedClient(server.url());
     const long following = host.connectedClient(server.url());

@@ -77,11 +77,14 @@ UACErr OpcuaClient::makeStackClient() {
 
 // Sessions of hosts that ended without a good-bye stay at the server for the time asked for: long
 // enough for hosts that call every few minutes, short enough for servers with few sessions to give.
+// The channel is to end with the session: on one that outlived it, the next request would only be
+// told that the session is gone, while behind a new channel the stack makes a new session first.
 UACErr OpcuaClient::finishSetup(int timeout) {
     constexpr UA_UInt32 sessionTimeout = 5 * 60 * 1000;  // milliseconds
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());
     config->timeout = static_cast<UA_UInt32>(timeout);
     config->requestedSessionTimeout = sessionTimeout;
+    config->secureChannelLifeTime = sessionTimeout;
     watchSubscriptions(config);
     const UA_StatusCode status = GuardedTransport::install(*config);
     return status == UA_STATUSCODE_GOOD ? UACErr() : UACErr::opcua(status);

@@ -206,10 +206,10 @@ TEST_P(Faults, EveryEntryReturnsInTimeAndRecovers) {
     for (const Entry& entry : entries) {
         SCOPED_TRACE(entry.name);
         ASSERT_NO_FATAL_FAILURE(session.open());
+        const auto idle = std::chrono::steady_clock::now();
         if (entry.follows) {
             ASSERT_NO_FATAL_FAILURE(session.follow());
         }
-        const auto idle = std::chrono::steady_clock::now();
         GetParam().begin(session);
         const auto start = std::chrono::steady_clock::now();
         errno = GetParam().name[0] == 'r' ? EAGAIN : EINTR;  // as database processes have it

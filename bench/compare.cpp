@@ -54,14 +54,8 @@ class Record {
     double workSum_ = 0;
 };
 
-Spread ratioOf(const std::vector<double>& above, const std::vector<double>& below) {
-    std::vector<double> ratios;
-    for (std::size_t i = 0; i < std::min(above.size(), below.size()); ++i) {
-        ratios.push_back(above[i] / below[i]);
-    }
-    Spread ratio = spreadOf(ratios);
-    ratio.median = spreadOf(above).median / spreadOf(below).median;
-    return ratio;
+double ratioOf(const std::vector<double>& above, const std::vector<double>& below) {
+    return medianOf(above) / medianOf(below);
 }
 
 Outcome measure(const Contest& contest, const Plan& plan) {
@@ -80,13 +74,13 @@ Outcome measure(const Contest& contest, const Plan& plan) {
     }
     const auto& [raw, adapter, control] = sides;
     Outcome outcome;
-    outcome.adapterCpu = spreadOf(adapter.cpu);
+    outcome.adapterCpu = medianOf(adapter.cpu);
     if (raw.present()) {
-        outcome.rawCpu = spreadOf(raw.cpu);
+        outcome.rawCpu = medianOf(raw.cpu);
         outcome.cpuRatio = ratioOf(adapter.cpu, raw.cpu);
         outcome.wallRatio = ratioOf(adapter.wall, raw.wall);
     }
-    if (control.present()) outcome.controlRatio = ratioOf(control.cpu, raw.cpu).median;
+    if (control.present()) outcome.controlRatio = ratioOf(control.cpu, raw.cpu);
     return outcome;
 }
 
@@ -94,12 +88,10 @@ Outcome measure(const Contest& contest, const Plan& plan) {
 
 double threadCpu() { return read(CLOCK_THREAD_CPUTIME_ID); }
 
-Spread spreadOf(std::vector<double> samples) {
+double medianOf(std::vector<double> samples) {
     std::sort(samples.begin(), samples.end());
     const std::size_t middle = samples.size() / 2;
-    const double median =
-        samples.size() % 2 == 1 ? samples[middle] : (samples[middle - 1] + samples[middle]) / 2;
-    return {median, samples.front(), samples.back()};
+    return samples.size() % 2 == 1 ? samples[middle] : (samples[middle - 1] + samples[middle]) / 2;
 }
 
 Outcome compare(const Contest& contest, const Plan& plan, int attempts) {

@@ -34,20 +34,12 @@ struct Plan {
     int samples;
 };
 
-/// Median with minimum and maximum over the samples.
-struct Spread {
-    double median = 0;
-    double least = 0;
-    double greatest = 0;
-};
-
-/// Times are nanoseconds per unit. Ratios are adapter to raw: the median is that of the medians,
-/// minimum and maximum those of the single samples.
+/// Medians over the samples. Times are nanoseconds per unit, ratios those of adapter to raw.
 struct Outcome {
-    Spread adapterCpu;
-    Spread rawCpu;
-    Spread cpuRatio;
-    Spread wallRatio;
+    double adapterCpu = 0;
+    double rawCpu = 0;
+    double cpuRatio = 0;
+    double wallRatio = 0;
     double controlRatio = 1;
     int attempts = 1;
 
@@ -59,8 +51,8 @@ struct Outcome {
 /// most `attempts` times; the outcome is that of the attempt whose control came closest to 1.
 Outcome compare(const Contest& contest, const Plan& plan, int attempts = 3);
 
-/// Spread of the samples, which must not be empty.
-Spread spreadOf(std::vector<double> samples);
+/// Median of the samples, which must not be empty.
+double medianOf(std::vector<double> samples);
 
 /// CPU time of this thread in nanoseconds.
 double threadCpu();

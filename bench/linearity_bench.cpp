@@ -23,7 +23,7 @@ void printRow(const char* subject, double size, double nanoseconds) {
     std::fflush(stdout);
 }
 
-Spread measured(Entry& entry, int calls) {
+double measured(Entry& entry, int calls) {
     Contest contest;
     contest.adapter.call = [&entry] { entry(); };
     contest.check = [&entry] { entry.call(); };
@@ -35,14 +35,14 @@ void handles(standin::CalloutLibrary& library) {
         while (library.callInteger("zfTestGetInt") < count) library.call("zfCreateClientB");
         Entry lookUp(library, "zfReadBulkClear", VeltoList() + count + 0);
         std::printf("| look-up among clients | %d | %.3f | |\n", count,
-                    measured(lookUp, 2000).median / 1000);
+                    measured(lookUp, 2000) / 1000);
     }
 }
 
 void nodes(const Setting& setting) {
     for (const std::uint32_t count : {10U, 25U, 50U, 100U, 200U}) {
         const Contest poll = pollContest(setting, "zfReadBulkPollC", Mix::doubles, count);
-        printRow("nodes of a poll C", count, compare(poll, {10, 1, 150}).adapterCpu.median);
+        printRow("nodes of a poll C", count, compare(poll, {10, 1, 150}).adapterCpu);
     }
 }
 
@@ -59,7 +59,7 @@ void arguments(const Setting& setting) {
         };
         contest.check = [] {};
         printRow("nodes of a bulk set-up", static_cast<double>(count),
-                 compare(contest, {20, 1, 50}).adapterCpu.median);
+                 compare(contest, {20, 1, 50}).adapterCpu);
     }
 }
 

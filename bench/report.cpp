@@ -30,7 +30,7 @@ std::string gridLine(double ratio, std::size_t rows) {
 }
 
 std::string bar(const Row& row, int y) {
-    const double ratio = row.outcome.cpuRatio.median;
+    const double ratio = row.outcome.cpuRatio;
     const double target = position(row.subject.target);
     const bool met = ratio <= row.subject.target;
     std::string svg = line("<text x=\"%d\" y=\"%d\" text-anchor=\"end\">%s</text>\n",
@@ -50,14 +50,18 @@ bool inChart(const Row& row) {
     return row.subject.unit == Unit::ratio && row.subject.target < rightEdge;
 }
 
+/// A figure, marked when it is over its target.
+std::string figure(int places, double value, double target) {
+    return line(value > target ? "**%.*f** missed" : "%.*f", places, value);
+}
+
 std::string ratioRow(const Row& row) {
     const Outcome& o = row.outcome;
     const std::string control =
         line(o.controlHolds() ? "%.3f (%d)" : "**%.3f** (%d)", o.controlRatio, o.attempts);
-    return line("| %s | %.2f | %.3f | %.3f | %.3f | %.3f | %s | %.2f | %.2f |\n",
-                row.subject.name.c_str(), row.subject.target, o.cpuRatio.median, o.cpuRatio.least,
-                o.cpuRatio.greatest, o.wallRatio.median, control.c_str(), o.rawCpu.median / 1000,
-                o.adapterCpu.median / 1000);
+    return line("| %s | %.2f | %s | %.3f | %s | %.2f | %.2f |\n", row.subject.name.c_str(),
+                row.subject.target, figure(3, o.cpuRatio, row.subject.target).c_str(), o.wallRatio,
+                control.c_str(), o.rawCpu / 1000, o.adapterCpu / 1000);
 }
 
 }  // namespace
@@ -73,16 +77,16 @@ std::string line(const char* format, ...) {
 
 std::string tables(const std::vector<Row>& rows) {
     std::string ratios =
-        "| Case | Target | CPU ratio | min | max | wall ratio | control (attempts) | raw CPU, µs | "
-        "adapter CPU, µs |\n|---|---|---|---|---|---|---|---|---|\n";
-    std::string times = "| Entry | Target, ns | CPU, ns | min | max |\n|---|---|---|---|---|\n";
+        "| Case | Target | CPU ratio | wall ratio | control (attempts) | raw CPU, µs | "
+        "adapter CPU, µs |\n|---|---|---|---|---|---|---|\n";
+    std::string times = "| Entry | Target, ns | CPU, ns |\n|---|---|---|\n";
     for (const Row& row : rows) {
         if (row.subject.unit == Unit::ratio) {
             ratios += ratioRow(row);
         } else {
-            const Spread& cpu = row.outcome.adapterCpu;
-            times += line("| %s | %.0f | %.1f | %.1f | %.1f |\n", row.subject.name.c_str(),
-                          row.subject.target, cpu.median, cpu.least, cpu.greatest);
+            const double target = row.subject.target;
+            times += line("| %s | %.0f | %s |\n", row.subject.name.c_str(), target,
+                          figure(1, row.outcome.adapterCpu, target).c_str());
         }
     }
     return ratios + "\n" + times;

@@ -72,6 +72,32 @@ TEST(ExportScalar, StringsFollowTheStringMode) {
     EXPECT_EQ(exported(11, UA_String{5, nullptr}), "02 01");
 }
 
+// A device that cuts a text at a number of bytes may cut its last character.
+TEST(ExportScalar, ACharacterThatWasCutOffAtTheEndIsLeftOut) {
+    const auto shortAndLong = [](const char* end, std::size_t before) {
+        const std::string text = std::string(before, 'a') + end;
+        UA_QualifiedName name{1, uaString(text.c_str())};
+        VeltoList list;
+        exporter(3, STRING_UTF16_OR_EMPTY).addToVeltoList(&list, 11, &name.name, false);
+        exporter(3, STRING_UTF16_OR_EMPTY).addToVeltoList(&list, 19, &name, true);
+        EXPECT_EQ(list.at(0).AsXString(), list.at(1).AsXString()) << text;
+        return list.at(0).Type() == 1 ? std::u16string(u"empty") : list.at(0).AsXString();
+    };
+    for (const std::size_t before : {1U, 7U, 300U}) {
+        const std::u16string kept(before, u'a');
+        for (const char* cut : {"\xC3", "\xE2", "\xE2\x82", "\xED\x9F", "\xF0", "\xF0\x9F",
+                                "\xF0\x9F\x98", "\xF4\x8F\xBF"}) {
+            EXPECT_EQ(shortAndLong(cut, before), kept) << before;
+        }
+        EXPECT_EQ(shortAndLong("\xC3\xA9\xC3", before), kept + u"\xE9");
+        for (const char* wrong : {"\x80", "\xC0", "\xE0\x80", "\xED\xA0", "\xF4\x90", "\xF5",
+                                  "\xE2\xE2", "\xC3\xA9\x80", "\xFF\xC3", "\xC3z"}) {
+            EXPECT_EQ(shortAndLong(wrong, before), u"empty") << before;
+        }
+    }
+    EXPECT_EQ(shortAndLong("\xC3", 0), u"empty");
+}
+
 TEST(ExportScalar, DatesFollowTheDateMode) {
     const UA_DateTime time = 116444736000000000;
     const std::string expected[] = {hex(items(u"47117,0.000000"s)), hex(items(time)),

@@ -123,7 +123,10 @@ TEST_F(AttributeTest, GivesTextInTheStringModeOfTheHost) {
         {plant::fourByteUtf8, "0, u\"a\\D83D\\DE00z\""},
         {plant::scalarOf(plant::type::byteString), "0, \"\0\x01\xFF\0\x7F\""s},
         {plant::scalarOf(plant::type::qualifiedName), "0, u\"F\\00FCllstand\", 2"},
+        {plant::writableOf(plant::type::string), "0, u\"50 \\00B0\""},
     };
+    EXPECT_EQ(write(plant::writableOf(plant::type::string), 11, listOf("50 °\xE2\x82")).text(),
+              "0");
     setStringMode(1);
     for (const auto& [node, expected] : wide) {
         EXPECT_EQ(valueOf(node), expected);
@@ -212,6 +215,8 @@ TEST_F(AttributeTest, WritesEveryAcceptedTypeBitForBit) {
         {t::uInt32, listOf(4294967295L), 4294967295},
         {t::int64, listOf(std::numeric_limits<long>::min()), 0x8000000000000000},
         {t::int64, listOf("-12abc"), static_cast<std::uint64_t>(-12)},
+        {t::int16, listOf("1E2"), 100},
+        {t::int64, listOf(std::u16string(u"-1.25E2")), static_cast<std::uint64_t>(-125)},
         {t::int64, listOf(1.0), std::bit_cast<std::uint64_t>(1.0)},  // floating point as its bits
         {t::statusCode, listOf(0x80340000L), 0x80340000},
         {t::singleFloat, listOf(3.4e39), 0x7F800000},

@@ -1,6 +1,11 @@
 // Browsing through the callout table, against a real server.
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include "reading_plant.h"
+#include "support/fault_proxy.h"
 
 namespace nimb::test {
 namespace {
@@ -98,24 +103,62 @@ TEST_F(BrowseTest, LeavesTheOutputUntouchedByTooManyReferences) {
     EXPECT_EQ(browse(listOf(6)).text(), "output untouched");
 }
 
-TEST(BrowsePages, ContinuationPointsStandBesideTheResults) {
-    plant::PlantOptions options;
-    options.maxReferencesPerNode = 3;
-    TestServer server(options);
-    Host host;
-    const long client = host.connectedClient(server.url());
-    const Result result = host.call("zfBrowse", client, listOf(0, 3, 0), listOf(2, 2, 2),
-                                    listOf(1001, "Tank1.Level", 1003));
-    ASSERT_TRUE(result.ok()) << result.text();
-    const VeltoROList points = result.sublist(2);
-    EXPECT_GT(points.at(0).AsAString().size(), 0U);
-    EXPECT_EQ(points.at(1).AsAString(), "");
-    EXPECT_GT(points.at(2).AsAString().size(), 0U);
-    EXPECT_NE(points.at(0).AsAString(), points.at(2).AsAString());
-    const VeltoROList first = result.sublist(3).at(0).AsVeltoROList();
-    EXPECT_EQ(textOf({first.data(), 4}), "0, \"\"");
-    EXPECT_EQ(first.at(2).AsLong(), 3);
-    host.call("zfDestroyClientB", client);
+/// A server that gives three references a node, and a client that reaches it through a relay.
+class BrowsePages : public ::testing::Test {
+  protected:
+    static plant::PlantOptions paging() {
+        plant::PlantOptions options;
+        options.maxReferencesPerNode = 3;
+        return options;
+    }
+    ~BrowsePages() override { host_.call("zfDestroyClientB", client_); }
+
+    /// Two nodes with more references and, between them, one without.
+    void browse() {
+        const Result result = host_.call("zfBrowse", client_, listOf(0, 3, 0), listOf(2, 2, 2),
+                                         listOf(1001, "Tank1.Level", 1003));
+        ASSERT_TRUE(result.ok()) << result.text();
+        const VeltoROList points = result.sublist(2);
+        ASSERT_EQ(points.size(), 3U) << result.text();
+        EXPECT_GT(points.at(0).AsAString().size(), 0U);
+        EXPECT_EQ(points.at(1).AsAString(), "");
+        EXPECT_GT(points.at(2).AsAString().size(), 0U);
+        EXPECT_NE(points.at(0).AsAString(), points.at(2).AsAString());
+        const VeltoROList first = result.sublist(3).at(0).AsVeltoROList();
+        EXPECT_EQ(textOf({first.data(), 4}), "0, \"\"");
+        EXPECT_EQ(first.at(2).AsLong(), 3);
+    }
+    void connect() {
+        host_.call("zfSetupClientC", client_, 1000, 1, "", "", "", "", "", 0);
+        ASSERT_TRUE(host_.call("zfConnectB", client_, relay_.url()).ok());
+    }
+
+    TestServer server_{paging()};
+    FaultProxy relay_{server_.port()};
+    Host host_;
+    const long client_ = host_.call("zfCreateClientB")[1].AsLong();
+};
+
+TEST_F(BrowsePages, ContinuationPointsStandBesideTheResultsAndAreReleased) {
+    ASSERT_NO_FATAL_FAILURE(connect());
+    for (int i = 0; i < 6; ++i) {  // the server keeps five points a session
+        ASSERT_NO_FATAL_FAILURE(browse());
+    }
+}
+
+TEST_F(BrowsePages, TheReleaseTakesWhatIsLeftOfTheTimeoutAndItsFailureChangesNothing) {
+    std::atomic<bool> slow = false;
+    relay_.onReply = [&slow](std::string_view) {
+        if (slow) std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    };
+    ASSERT_NO_FATAL_FAILURE(connect());
+    slow = true;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_NO_FATAL_FAILURE(browse());
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(took, std::chrono::milliseconds(950));
+    EXPECT_LT(took, std::chrono::milliseconds(1300));
+    slow = false;
 }
 
 }  // namespace

@@ -233,6 +233,21 @@ TEST_F(BulkTest, PreparedReadsOutliveSessions) {
     host_->call("zfDestroyClientB", client);
 }
 
+TEST_F(BulkTest, PreparedReadsEndWithTheSetUpThatIsRequiredOnly) {
+    const long client = bareClient();
+    const long query = setUp(*host_, client, {plant::tank1Level})[1].AsLong();
+    const auto poll = [&] {
+        host_->call("zfSetupClientC", client, 3000, 1, "", "", "", "", "", 0);
+        host_->call("zfConnectB", client, server_->url());
+        return withoutTimes(host_->call("zfReadBulkPollB", client, query).text());
+    };
+    EXPECT_EQ(poll(), "0, [f42.5, T]") << "prepared before the first set-up";
+    EXPECT_EQ(poll(), "0, [f42.5, T]");
+    requireReset(client);
+    EXPECT_EQ(poll(), unknownQuery(2, "", static_cast<int>(query)));
+    host_->call("zfDestroyClientB", client);
+}
+
 // The numbers of nodes that docs/reading.md names for Double values.
 TEST_F(BulkTest, FitsAsManyDoublesAsDocumented) {
     const std::size_t most[] = {264, 481, 260};

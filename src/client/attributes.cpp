@@ -39,7 +39,7 @@ WriteForm writeFormOf(long type) {
 }
 
 UACErr OpcuaClient::readValueAttribute(UA_DataValue* out, const UA_NodeId& id) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
     UA_ReadValueId node{};
@@ -64,13 +64,15 @@ UACErr OpcuaClient::readValueAttribute(UA_DataValue* out, const UA_NodeId& id) {
 
 UACErr OpcuaClient::readAttribute(void* out, const UA_NodeId& id, UA_AttributeId attribute,
                                   const UA_DataType* type) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
-    const auto call = StackCall::request(client_.get());
-    const UA_StatusCode status =
-        sessionMayBeUsed() ? __UA_Client_readAttribute(client_.get(), &id, attribute, out, type)
-                           : UA_STATUSCODE_BADCONNECTIONCLOSED;
+    UA_StatusCode status = UA_STATUSCODE_BADCONNECTIONCLOSED;
+    if (sessionMayBeUsed()) {
+        const auto call = StackCall::request(client_.get());
+        status = __UA_Client_readAttribute(client_.get(), &id, attribute, out, type);
+    }
+    noteServiceResult(status);
     if (status == UA_STATUSCODE_GOOD) {
         return {};
     }
@@ -90,15 +92,20 @@ UA_StatusCode OpcuaClient::writeValue(const UA_NodeId& id, void* value, std::siz
     if (!sessionMayBeUsed()) {
         return UA_STATUSCODE_BADCONNECTIONCLOSED;
     }
-    const auto call = StackCall::request(client_.get());
     UA_Variant variant;
     UA_Variant_setScalar(&variant, value, &UA_TYPES[typeIndex]);
-    return __UA_Client_writeAttribute(client_.get(), &id, UA_ATTRIBUTEID_VALUE, &variant,
-                                      &UA_TYPES[UA_TYPES_VARIANT]);
+    UA_StatusCode status = UA_STATUSCODE_GOOD;
+    {
+        const auto call = StackCall::request(client_.get());
+        status = __UA_Client_writeAttribute(client_.get(), &id, UA_ATTRIBUTEID_VALUE, &variant,
+                                            &UA_TYPES[UA_TYPES_VARIANT]);
+    }
+    noteServiceResult(status);
+    return status;
 }
 
 UACErr OpcuaClient::writeValueAttributeInt(long value, const UA_NodeId& id, long type) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
     if (writeFormOf(type) != WriteForm::integer) {
@@ -109,7 +116,7 @@ UACErr OpcuaClient::writeValueAttributeInt(long value, const UA_NodeId& id, long
 }
 
 UACErr OpcuaClient::writeValueAttributeDouble(double value, const UA_NodeId& id, long type) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
     if (type == kFloatType) {
@@ -125,7 +132,7 @@ UACErr OpcuaClient::writeValueAttributeDouble(double value, const UA_NodeId& id,
 }
 
 UACErr OpcuaClient::writeValueAttributeStr(UA_String* value, const UA_NodeId& id) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
     return taggedStatus(writeValue(id, value, UA_TYPES_STRING), "[C4]");

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <new>
 #include <optional>
 
@@ -83,14 +84,16 @@ UACErr appendResults(VeltoList* out, const UA_BrowseResponse& response) {
 }  // namespace
 
 UACErr OpcuaClient::browse(VeltoList* out, const NodeIdArray& ids) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
     OwnedBrowseRequest request;
     describe(ids, *request);
     OwnedBrowseResponse response;
+    const auto begin = std::chrono::steady_clock::now();
     // The service result is not looked at: hosts know a failed call as one without results.
     callService(request.get(), request.type(), response.get(), response.type());
+    releaseContinuationPoints(*response, std::chrono::steady_clock::now() - begin);
     return appendResults(out, *response);
 }
 

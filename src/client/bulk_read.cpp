@@ -66,7 +66,7 @@ UACErr OpcuaClient::readBulkSetup(int* queryHandle, const Specification& specifi
 
 UACErr OpcuaClient::sendBulkRead(long queryHandle, const BulkReadTexts& texts,
                                  OwnedReadResponse& response) {
-    if (UACErr error = checkUsable(); error.isError()) {
+    if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
     const auto found = bulkReads_.find(queryHandle);

@@ -102,6 +102,7 @@ UACErr OpcuaClient::connectTo(const char* url) {
         status = UA_Client_connect(client_.get(), url);
     }
     sessionOpened_ = status == UA_STATUSCODE_GOOD;
+    noteUse();
     if (sessionOpened_) {
         return {};
     }

@@ -47,23 +47,25 @@ OpcuaClient::OpcuaClient() {
 OpcuaClient::~OpcuaClient() { static_cast<void>(clear()); }
 
 UACErr OpcuaClient::clear() {
+    bulkReads_.clear();
+    discardStackClient();
+    return {};
+}
+
+void OpcuaClient::discardStackClient() {
     if (client_ != nullptr) {
         // The stack reports the subscriptions as deleted from within; they are still there.
         closeSession();
     }
-    bulkReads_.clear();
     discardSubscriptions();
     client_.reset();
-    return {};
 }
 
 // The logger is in place before the defaults are applied: the event loop, the certificate check
 // and the security policies of open62541 1.4 each keep the pointer they find then. Without a log
 // file the stack is silent, for its default logger prints to the host's standard output.
 UACErr OpcuaClient::makeStackClient() {
-    if (UACErr error = clear(); error.isError()) {
-        return error;
-    }
+    discardStackClient();
     UA_ClientConfig config{};
     config.logging = UAC_log_filename == nullptr ? &UAC_UA_Log_silent : &UAC_UA_Log_toFile;
     client_.reset(UA_Client_newWithConfig(&config));
@@ -75,11 +77,14 @@ UACErr OpcuaClient::makeStackClient() {
 
 // Sessions of hosts that ended without a good-bye stay at the server for the time asked for: long
 // enough for hosts that call every few minutes, short enough for servers with few sessions to give.
+// The channel is to end with the session: on one that outlived it, the next request would only be
+// told that the session is gone, while behind a new channel the stack makes a new session first.
 UACErr OpcuaClient::finishSetup(int timeout) {
     constexpr UA_UInt32 sessionTimeout = 5 * 60 * 1000;  // milliseconds
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());
     config->timeout = static_cast<UA_UInt32>(timeout);
     config->requestedSessionTimeout = sessionTimeout;
+    config->secureChannelLifeTime = sessionTimeout;
     watchSubscriptions(config);
     const UA_StatusCode status = GuardedTransport::install(*config);
     return status == UA_STATUSCODE_GOOD ? UACErr() : UACErr::opcua(status);

@@ -2,6 +2,7 @@
 
 #include <open62541/client.h>
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -46,7 +47,8 @@ class OpcuaClient {
     OpcuaClient& operator=(const OpcuaClient&) = delete;
     ~OpcuaClient();
 
-    /// Makes a new stack client with the default configuration, in place of any older one.
+    /// Makes a new stack client with the default configuration, in place of any older one. Bulk
+    /// reads stay: hosts may prepare them before the first set-up.
     /// @param timeout  bound of every request in milliseconds, 1 or more
     UACErr setup(int timeout);
     /// The same for an encrypted channel.
@@ -137,6 +139,8 @@ class OpcuaClient {
     using SubscriptionMap =
         std::map<std::uint32_t, std::unique_ptr<Subscription, SubscriptionDeleter>>;
 
+    /// Disconnects and deletes the stack client with its subscriptions; the bulk reads stay.
+    void discardStackClient();
     UACErr makeStackClient();
     UACErr finishSetup(int timeout);
     /// Tells the stack to report subscriptions that have gone silent.
@@ -149,11 +153,25 @@ class OpcuaClient {
 
     /// What every operation on the session checks first: a stack client, and no reset required.
     [[nodiscard]] UACErr checkUsable() const;
+    /// The same for operations that send a request, behind catchUpAfterIdleTime().
+    [[nodiscard]] UACErr prepareService();
+    /// After a time without calls, lets the stack take in what the server did meanwhile: a channel
+    /// that ended is opened again, in the same session, before a request could be lost with it.
+    void catchUpAfterIdleTime();
+    void noteUse();
+    /// Closes the session when the server no longer has it, so that the state says so.
+    void noteServiceResult(UA_StatusCode status);
     /// A service call that never opens a session by itself: on a closed one nothing is sent and
     /// the response, zero until then, carries BadConnectionClosed.
     void callService(const void* request, const UA_DataType* requestType, void* response,
                      const UA_DataType* responseType);
     UA_StatusCode writeValue(const UA_NodeId& id, void* value, std::size_t typeIndex);
+
+    /// Servers keep few continuation points a session and hosts cannot use them. Whether the server
+    /// grants it changes nothing for the host.
+    /// @param spent  how much of the timeout the answer has taken; the rest bounds this call
+    void releaseContinuationPoints(const UA_BrowseResponse& response,
+                                   std::chrono::steady_clock::duration spent);
 
     BulkReadReq& fileBulkRead(int* queryHandle);
     /// The steps that all polls share, up to a response with one result a node.
@@ -162,6 +180,7 @@ class OpcuaClient {
     std::unique_ptr<UA_Client, StackClientDeleter> client_;
     bool resetRequired_ = false;
     bool sessionOpened_ = false;
+    long lastUse_ = 0;  ///< milliseconds, on a clock that counts suspended time
     std::map<long, std::unique_ptr<BulkReadReq>> bulkReads_;
     long lastQueryHandle_ = 0;
     SubscriptionMap subscriptions_;

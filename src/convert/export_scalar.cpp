@@ -138,7 +138,10 @@ void UACExport::add(VeltoList* list, const UA_String* text) const {
         return;
     }
     if (stringMode == STRING_UTF16_OR_EMPTY) {
-        appendBytes(*list, {});
+        const std::string_view whole = withoutCutCharacter(bytes);
+        if (whole.empty() || !appendUtf16(*list, whole)) {
+            appendBytes(*list, {});
+        }
         return;
     }
     throw invalidUtf8(bytes);

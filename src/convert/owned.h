@@ -58,5 +58,6 @@ using OwnedReadRequest = Owned<UA_ReadRequest, UA_TYPES_READREQUEST>;
 using OwnedReadResponse = Owned<UA_ReadResponse, UA_TYPES_READRESPONSE>;
 using OwnedBrowseRequest = Owned<UA_BrowseRequest, UA_TYPES_BROWSEREQUEST>;
 using OwnedBrowseResponse = Owned<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
+using OwnedBrowseNextResponse = Owned<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
 
 }  // namespace nimb

@@ -31,11 +31,16 @@ inline bool textsCannotFail(int stringMode) {
     return units.has_value();
 }
 
-/// Writes a text as UACExport::add() does, in a mode in which texts cannot fail.
+/// Writes a text as UACExport::add() does, in a mode in which texts cannot fail. A character that
+/// was cut off at the end is left out.
 [[gnu::always_inline]] inline void writeShortText(ItemWriter& items, std::string_view text,
                                                   int stringMode) {
     if (stringMode != STRING_BYTES) {
         if (writeShortUtf16(items, text)) {
+            return;
+        }
+        text = withoutCutCharacter(text);
+        if (!text.empty() && writeShortUtf16(items, text)) {
             return;
         }
         text = {};

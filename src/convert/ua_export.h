@@ -42,7 +42,8 @@ enum DateMode : int {
 enum StringMode : int {
     STRING_BYTES = 0,           ///< the bytes as an 8-bit string
     STRING_UTF16 = 1,           ///< UTF-16; invalid UTF-8 is an error
-    STRING_UTF16_OR_EMPTY = 2,  ///< UTF-16; invalid UTF-8 becomes an empty 8-bit string
+    STRING_UTF16_OR_EMPTY = 2,  ///< UTF-16 without a character cut off at the end; other
+                                ///< invalid UTF-8 becomes an empty 8-bit string
 };
 
 /// Type indexes of the two composites, as hosts know them; the stack's own table has other numbers.

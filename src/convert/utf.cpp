@@ -176,6 +176,27 @@ std::optional<std::size_t> writeUtf16(std::string_view utf8, unsigned char* out)
     return static_cast<std::size_t>(out - begin) / 2;
 }
 
+std::string_view withoutCutCharacter(std::string_view utf8) {
+    constexpr std::size_t most = 4;  // bytes of a character
+    for (std::size_t bytes = 1; bytes < most && bytes <= utf8.size(); ++bytes) {
+        const char* const lead = utf8.data() + utf8.size() - bytes;
+        const std::size_t announced = announcedBytes(static_cast<unsigned char>(*lead));
+        if (announced == 0) {
+            continue;  // a continuation byte, unless the text is not UTF-8 at all
+        }
+        // Cut off, not wrong: the least or the greatest missing bytes make it a character.
+        for (const char missing : {'\x80', '\xBF'}) {
+            char whole[most] = {missing, missing, missing, missing};
+            std::memcpy(whole, lead, bytes);
+            if (announced > bytes && decodeMultibyte(whole, whole + announced).units != 0) {
+                return utf8.substr(0, utf8.size() - bytes);
+            }
+        }
+        break;
+    }
+    return utf8;
+}
+
 std::optional<std::size_t> utf8Length(std::u16string_view utf16) {
     std::size_t bytes = 0;
     while (!utf16.empty()) {

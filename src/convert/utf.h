@@ -18,6 +18,10 @@ namespace nimb {
 /// @return units written; nothing when the bytes are not valid UTF-8
 std::optional<std::size_t> writeUtf16(std::string_view utf8, unsigned char* out);
 
+/// The text without the bytes of a character at its very end that was cut off inside: a device that
+/// fills a fixed number of bytes does that. Everything else stays, valid or not.
+[[nodiscard]] std::string_view withoutCutCharacter(std::string_view utf8);
+
 /// Bytes that the 16-bit units become; nothing when they are not valid UTF-16.
 [[nodiscard]] std::optional<std::size_t> utf8Length(std::u16string_view utf16);
 

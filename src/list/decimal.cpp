@@ -61,6 +61,14 @@ std::string magnitudeDigits(long long value) {
     return {at, end};
 }
 
+template <typename Text>
+long readNumber(Text text, std::size_t start, std::size_t end, long long& mantissa) noexcept {
+    number_text::Number number = number_text::parseNumber(text, start, end);
+    number_text::foldExponent(number);
+    mantissa = number.mantissa;
+    return number.exponent;
+}
+
 }  // namespace
 
 std::string VeltoROList::lngstr(long long value) {
@@ -131,16 +139,12 @@ bool VeltoROList::scale(long& exponent, long long& mantissa) noexcept {
 
 long VeltoROList::parsenumb(const unsigned char* text, std::size_t start, std::size_t end,
                             long long& mantissa) noexcept {
-    const auto number = number_text::parseNumber(number_text::Bytes{text}, start, end);
-    mantissa = number.mantissa;
-    return number.exponent;
+    return readNumber(number_text::Bytes{text}, start, end, mantissa);
 }
 
 long VeltoROList::parsenumu(const unsigned char* text, std::size_t start, std::size_t end,
                             long long& mantissa) noexcept {
-    const auto number = number_text::parseNumber(number_text::Units{text}, start, end);
-    mantissa = number.mantissa;
-    return number.exponent;
+    return readNumber(number_text::Units{text}, start, end, mantissa);
 }
 
 double VeltoROList::parsedblb(const unsigned char* text, std::size_t start, std::size_t end) {

@@ -141,6 +141,7 @@ class VeltoListItem {
     long AsBool() const { return AsLong(); }
     /// The value as 64 bits, fractions cut off. A floating-point item gives its bit pattern as for
     /// AsLong; a decimal item with a positive exponent gives the saturation values that hosts know.
+    /// Text saturates on the side of its sign.
     long long AsLongLong() const;
     /// AsLongLong as an address-sized value.
     std::intptr_t AsPtr() const { return AsLongLong(); }

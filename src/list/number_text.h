@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 
 namespace nimb::number_text {
 
@@ -27,6 +28,8 @@ struct Number {
     long exponent = 0;
     std::size_t end = 0;  ///< first unit that is not part of the number
     bool exact = true;    ///< no digit other than 0 was dropped
+    bool full = false;    ///< a digit did not fit into the mantissa
+    bool raised = false;  ///< a positive exponent was written
 };
 
 inline bool isDigit(unsigned unit) noexcept { return unit - '0' < 10; }
@@ -82,6 +85,7 @@ class Mantissa {
         return true;
     }
     long long value() const noexcept { return value_; }
+    bool full() const noexcept { return full_; }
     bool exact() const noexcept { return exact_; }
 
   private:
@@ -117,11 +121,30 @@ Number parseNumber(Text text, std::size_t start, std::size_t end) noexcept {
         long written = 0;
         number.exact = parseExponent(text, i, end, written);
         number.exponent += written;
+        number.raised = written > 0;
     }
     number.mantissa = negative ? -mantissa.value() : mantissa.value();
     number.exact = number.exact && mantissa.exact();
+    number.full = mantissa.full();
     number.end = i;
     return number;
+}
+
+/// Moves a written exponent into the mantissa, so that "1E2" reads like "100" wherever 64 bits are
+/// wanted: a positive exponent has a meaning of its own there. What is beyond 64 bits keeps an
+/// exponent and gets the mantissa that saturates on its side. Other numbers stay as they are read.
+inline void foldExponent(Number& number) noexcept {
+    if (!number.raised || number.mantissa == 0) {
+        return;
+    }
+    while (number.exponent > 0 && !number.full && number.mantissa <= kMantissaLimit &&
+           number.mantissa >= -kMantissaLimit) {
+        number.mantissa *= 10;
+        --number.exponent;
+    }
+    if (number.exponent > 0 && number.mantissa > 0) {
+        number.mantissa = std::numeric_limits<long long>::max();
+    }
 }
 
 /// Reads the number at the start of the text as the nearest double; see VeltoROList::parsedblb.

@@ -105,8 +105,9 @@ class VeltoROList {
     static double parsedblu(const unsigned char* text, std::size_t start, std::size_t end);
 
     /// Reads the number at the start of the text into `mantissa` and returns its exponent; 0 and 0
-    /// where there is none. Integer digits beyond 64 bits raise the exponent, fraction digits
-    /// beyond them are dropped. Never fails.
+    /// where there is none. A positive exponent that was written is folded into the mantissa as far
+    /// as 64 bits go. Integer digits beyond 64 bits raise the exponent, fraction digits beyond them
+    /// are dropped. Never fails.
     static long parsenumb(const unsigned char* text, std::size_t start, std::size_t end,
                           long long& mantissa) noexcept;
     static long parsenumu(const unsigned char* text, std::size_t start, std::size_t end,

@@ -42,6 +42,7 @@ Subscription* OpcuaClient::getSubscription(unsigned int id) const {
 
 UACErr OpcuaClient::createSubscription(unsigned int* id, const NodeIdArray& ids,
                                        SubscriptionRequest& request) {
+    catchUpAfterIdleTime();
     if (resetRequired_) {
         return clientResetRequired();
     }
@@ -107,6 +108,7 @@ UACErr OpcuaClient::deleteSubscription(unsigned int id) {
     if (client_ == nullptr) {
         return {UACERR_APPLICATION, APPERR_UNINITIALIZED};
     }
+    catchUpAfterIdleTime();
     Subscription* subscription = getSubscription(id);
     if (subscription == nullptr) {
         return {UACERR_APPLICATION, APPERR_OTHER,

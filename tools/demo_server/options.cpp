@@ -110,6 +110,12 @@ class Reader {
             plant.port = number<std::uint16_t>(option_, value());
         } else if (option_ == "--bulk") {
             plant.bulkPoints = number<std::uint32_t>(option_, value(), maxBulkPoints);
+        } else if (option_ == "--page") {
+            plant.maxReferencesPerNode = number<std::uint32_t>(option_, value());
+        } else if (option_ == "--channel-lifetime") {
+            plant.channelLifetime = interval(option_, value());
+        } else if (option_ == "--session-timeout") {
+            plant.sessionTimeout = interval(option_, value());
         } else if (option_ == "--move") {
             plant.moveEvery = interval(option_, value());
         } else if (option_ == "--change") {
@@ -171,6 +177,9 @@ Once clients can connect, one line tells the address: "listening opc.tcp://127.0
   --move MS             move tanks and pump every MS milliseconds; 0: never (500)
   --bulk N              number of measuring points in the Bulk folder (200)
   --change N:MS         change the first N measuring points every MS milliseconds
+  --page N              answer a browse with at most N references a node; 0: all (0)
+  --channel-lifetime MS let channels live MS milliseconds at most; 0: as clients ask (0)
+  --session-timeout MS  end sessions after MS milliseconds without a request; 0: as clients ask (0)
   --user NAME=PASSWORD  accept this login instead of operator=plant-7; may be repeated
   --no-anonymous        refuse clients that do not log in
   --certificate FILE    server certificate, DER or PEM; offers encrypted channels

@@ -46,6 +46,10 @@ struct PlantOptions {
     std::uint32_t changingPoints = 0;
     /// References returned per node and browse before a continuation point is due; 0: all.
     std::uint32_t maxReferencesPerNode = 0;
+    /// Longest that a channel lives without being renewed, and a session without a request; what
+    /// clients ask for is revised to it. Zero: the stack's 10 minutes and 1 hour.
+    std::chrono::milliseconds channelLifetime{0};
+    std::chrono::milliseconds sessionTimeout{0};
 };
 
 class SessionList;

@@ -51,11 +51,17 @@ void setAddress(UA_ServerConfig& config, const PlantOptions& options) {
     config.applicationDescription.applicationUri = copied(options.applicationUri);
 }
 
-void setLimits(UA_ServerConfig& config) {
+void setLimits(UA_ServerConfig& config, const PlantOptions& options) {
     // The stack's own bounds (100 and 50 ms) are too slow to test fast changes with.
     config.publishingIntervalLimits.min = 5;
     config.samplingIntervalLimits.min = 5;
     config.queueSizeLimits.max = 100000;
+    if (options.channelLifetime.count() > 0) {
+        config.maxSecurityTokenLifetime = static_cast<UA_UInt32>(options.channelLifetime.count());
+    }
+    if (options.sessionTimeout.count() > 0) {
+        config.maxSessionTimeout = static_cast<double>(options.sessionTimeout.count());
+    }
 }
 
 std::vector<UA_ByteString> borrowedAll(const std::vector<std::string>& items) {
@@ -118,7 +124,7 @@ UA_ServerConfig makeServerConfig(const PlantOptions& options) {
     config.logging = options.verbose ? stderrLogger() : silentLogger();
     require(UA_ServerConfig_setBasics_withPort(&config, options.port), "basic configuration");
     setAddress(config, options);
-    setLimits(config);
+    setLimits(config, options);
     const Encryption* encryption = options.encryption.get();
     if (encryption != nullptr) {
         setEncryption(config, *encryption);

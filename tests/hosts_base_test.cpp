@@ -163,7 +163,7 @@ TEST_F(PlantTest, WritesAreCheckedBeforeTheyAreSent) {
         {writableOf(type::doubleFloat), Value(std::string()), "the node takes a number"},
         {writableOf(type::string), Value(std::string("\xFF")), "the text is no UTF-8"},
         {writableOf(type::string), Value(1.0), "the node takes a text"},
-        {writableOf(type::doubleFloat), Value(), "no value can not be written"},
+        {writableOf(type::doubleFloat), Value(), "there is no value to write"},
         {writableOf(type::boolean), Value(true), "values of its type cannot be written"},
         {tank1Level, Value(1.0), "the server does not let this user write the node"},
         {tank1, Value(1.0), "the node is no variable"},

@@ -146,7 +146,7 @@ bool Connection::noteFailure(const Failure& failure, bool rested) {
         return false;
     }
     if (failure.resetRequired()) {
-        isSetUp_ = isOpen_ = false;
+        reset();
         return true;
     }
     if (failure.closed() || (failure.kind() == 4 && (rested || !isConnected()))) {

@@ -103,6 +103,8 @@ class Connection {
     void open();
     /// Closes it. The next request opens it again.
     void close() noexcept;
+    /// Makes the next open() set the client up again, which discards what it had.
+    void reset() noexcept { isSetUp_ = isOpen_ = false; }
     /// When the last call ended.
     std::chrono::steady_clock::time_point lastUse() const noexcept { return lastUse_; }
 

@@ -109,7 +109,7 @@ Write::Write(const NodeId& node, const NodeInfo& info, const Value& value) {
         throw Refusal(reason);
     }
     if (value.isNull()) {
-        throw Refusal("no value can not be written");
+        throw Refusal("there is no value to write");
     }
     if (info.type == Type::string) {
         arguments_ += textOf(value);

@@ -83,7 +83,7 @@ int main(int count, char** arguments) {
         const Options options = parse(count, arguments);
         takeFirstProcessor();
         const nimb::test::ServerProcess server;
-        nimb::standin::CalloutLibrary library(NIMB_LIBRARY_PATH);
+        nimb::host::Library library(NIMB_LIBRARY_PATH);
         const Setting setting{library, server.url()};
         const std::vector<Case> cases = selectedCases(options.only);
         if (cases.empty()) throw std::runtime_error("no such case");

@@ -11,7 +11,7 @@ namespace nimb::bench {
 
 /// What all cases work with: the library and a server at rest.
 struct Setting {
-    standin::CalloutLibrary& library;
+    host::Library& library;
     std::string url;
 };
 

@@ -30,7 +30,7 @@ double measured(Entry& entry, int calls) {
     return compare(contest, {calls, 1, 50}).adapterCpu;
 }
 
-void handles(standin::CalloutLibrary& library) {
+void handles(host::Library& library) {
     for (const int count : {1, 10, 100, 1000}) {
         while (library.callInteger("zfTestGetInt") < count) library.call("zfCreateClientB");
         Entry lookUp(library, "zfReadBulkClear", VeltoList() + count + 0);
@@ -99,7 +99,7 @@ class Queue {
 };
 
 /// Lets the queue fill, freezes the server and drains what has come.
-void notifications(standin::CalloutLibrary& library) {
+void notifications(host::Library& library) {
     for (const double wanted : {10.0, 100.0, 1000.0, 10000.0}) {
         test::ServerProcess server({"--change", std::to_string(Queue::items) + ":5"});
         Queue queue({library, server.url()});
@@ -118,7 +118,7 @@ void notifications(standin::CalloutLibrary& library) {
 int main() {
     try {
         takeFirstProcessor();
-        standin::CalloutLibrary library(NIMB_LIBRARY_PATH);
+        host::Library library(NIMB_LIBRARY_PATH);
         std::printf("| Size of | Size | CPU, µs | ns per unit |\n|---|---|---|---|\n");
         handles(library);
         const test::ServerProcess server;

@@ -33,8 +33,7 @@ VeltoList specificationOf(std::span<const plant::NodeAddress> nodes) {
 
 }  // namespace
 
-Entry::Entry(const standin::CalloutLibrary& library, std::string_view name,
-             const VeltoROList& arguments)
+Entry::Entry(const host::Library& library, std::string_view name, const VeltoROList& arguments)
     : name_(name) {
     const nimb_callout_row* row = library.find(name);
     if (row == nullptr || arguments.datalength() > HostBytes::capacity) {
@@ -61,8 +60,7 @@ VeltoROList Entry::call() {
     return results();
 }
 
-AdapterSession::AdapterSession(standin::CalloutLibrary& library, const std::string& url,
-                               int stringMode)
+AdapterSession::AdapterSession(host::Library& library, const std::string& url, int stringMode)
     : library_(library) {
     constexpr int timeout = 10000;  // milliseconds
     const auto created = library.call("zfCreateClientB");

@@ -8,10 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include "base/library.h"
 #include "demo_server/plant_nodes.h"
 #include "demo_server/stack_values.h"
+#include "host/counted_string.h"
 #include "list/velto_list.h"
-#include "nimbhost/callout_library.h"
 
 namespace nimb::bench {
 
@@ -22,8 +23,7 @@ using WriteResponse = plant::Owned<UA_WriteResponse, UA_TYPES_WRITERESPONSE>;
 /// One entry of the callout table with its arguments, called over and over as a host does.
 class Entry {
   public:
-    Entry(const standin::CalloutLibrary& library, std::string_view name,
-          const VeltoROList& arguments);
+    Entry(const host::Library& library, std::string_view name, const VeltoROList& arguments);
 
     void operator()() { function_(out_.get(), in_.get()); }
 
@@ -47,7 +47,7 @@ class Entry {
 class AdapterSession {
   public:
     /// `stringMode` 0 or 1 holds for the whole process from here on.
-    AdapterSession(standin::CalloutLibrary& library, const std::string& url, int stringMode = 0);
+    AdapterSession(host::Library& library, const std::string& url, int stringMode = 0);
     AdapterSession(const AdapterSession&) = delete;
     AdapterSession& operator=(const AdapterSession&) = delete;
     ~AdapterSession();
@@ -61,7 +61,7 @@ class AdapterSession {
     long subscribe(std::span<const plant::NodeAddress> nodes, double interval, int itemQueue) const;
 
   private:
-    standin::CalloutLibrary& library_;
+    host::Library& library_;
     long handle_;
 };
 

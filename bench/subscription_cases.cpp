@@ -147,7 +147,7 @@ class CountedSubscription {
 };
 
 struct Followers {
-    Followers(standin::CalloutLibrary& library, int interval)
+    Followers(host::Library& library, int interval)
         : server({"--change", std::to_string(itemCount) + ":" + std::to_string(interval)}),
           setting{library, server.url()},
           adapter(setting, interval),

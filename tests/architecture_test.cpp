@@ -88,6 +88,47 @@ TEST(Architecture, EveryFileIncludesOnlyItsOwnFloorAndThoseBelow) {
     EXPECT_EQ(files.size(), floorOf.size()) << "a floor was not found";
 }
 
+/// Why `line`, found in a host's folder, goes past the door; empty if it does not. A host includes
+/// its own folder, the base, the door, the list encoding and the UTF-8 check.
+std::string hostOffence(const std::string& folder, const std::string& line) {
+    const std::string operand = includeOperand(line);
+    if (operand.empty()) {
+        return {};
+    }
+    const std::string head = operand.substr(1, operand.find('/') - 1);
+    if (operand.front() == '<') {
+        return head == "open62541" ? "a host knows nothing of the stack" : "";
+    }
+    const bool allowed =
+        head == folder || head == "base" || head == "list" || operand == "\"convert/utf.h";
+    return allowed ? "" : "not the door, the base or the list encoding";
+}
+
+TEST(Architecture, HostsStandOnTheDoorAlone) {
+    EXPECT_EQ(hostOffence("sqlite", R"(#include "base/library.h")"), "");
+    EXPECT_EQ(hostOffence("base", "#include <nimbopcua/callout_table.h>"), "");
+    EXPECT_NE(hostOffence("base", R"(#include "sqlite/module.h")"), "");
+    EXPECT_NE(hostOffence("base", R"(#include "client/opcua_client.h")"), "");
+    EXPECT_NE(hostOffence("sqlite", R"(#include "convert/ua_export.h")"), "");
+    EXPECT_NE(hostOffence("base", R"(#include "host/counted_string.h")"), "");
+    EXPECT_NE(hostOffence("base", "#include <open62541/types.h>"), "");
+    int files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(NIMB_HOSTS_DIR)) {
+        const fs::path relative = fs::relative(entry.path(), NIMB_HOSTS_DIR);
+        const std::string extension = entry.path().extension();
+        if (extension != ".h" && extension != ".cpp" && extension != ".c") {
+            continue;
+        }
+        ++files;
+        std::ifstream in(entry.path());
+        for (std::string line; std::getline(in, line);) {
+            EXPECT_EQ(hostOffence(relative.begin()->string(), line), "")
+                << relative.string() << ' ' << line;
+        }
+    }
+    EXPECT_GT(files, 20) << "the hosts were not found";
+}
+
 TEST(Architecture, NoTestFileIsForgottenByTheBuild) {
     const fs::path folder = NIMB_TEST_DIR;
     std::ifstream in(folder / "CMakeLists.txt");

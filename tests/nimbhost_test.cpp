@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "nimbhost/callout_library.h"
+#include "base/library.h"
 #include "nimbhost/entry_table.h"
 #include "nimbhost/render.h"
 #include "nimbhost/script.h"
@@ -107,7 +107,7 @@ TEST(Rendering, LeavesTextAloneWhenAskedTo) {
 }
 
 TEST(EntryTable, DescribesTheLibraryItIsFor) {
-    CalloutLibrary library(NIMB_LIBRARY_PATH);
+    host::Library library(NIMB_LIBRARY_PATH);
     ASSERT_EQ(library.rows().size(), entryTable().size());
     for (std::size_t i = 0; i < entryTable().size(); ++i) {
         const EntryHelp& help = entryTable()[i];

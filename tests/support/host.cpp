@@ -88,7 +88,7 @@ std::string failure(int kind, long long code, const std::string& text) {
     return "1, " + std::to_string(kind) + ", " + std::to_string(code) + ", u\"" + text + "\"";
 }
 
-Host::Host() : library_(NIMB_LIBRARY_PATH) {}
+Host::Host() : library_(NIMB_LIBRARY_PATH, host::Library::Care::strict) {}
 
 Result Host::callWith(std::string_view entry, const VeltoROList& arguments) {
     const auto bytes = library_.call(entry, arguments);

@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/library.h"
+#include "host/counted_string.h"
 #include "list/velto_list.h"
-#include "nimbhost/callout_library.h"
 
 namespace nimb::test {
 
@@ -75,7 +76,7 @@ class Host {
         return callWith(entry, listOf(arguments...));
     }
     Result callWith(std::string_view entry, const VeltoROList& arguments);
-    standin::CalloutLibrary& library() { return library_; }
+    host::Library& library() { return library_; }
 
     /// A client set up in clear, not connected. Throws std::runtime_error when a step fails.
     long newClient(int timeout = 5000, int stringMode = 0);
@@ -83,7 +84,7 @@ class Host {
     long connectedClient(const std::string& url, int timeout = 5000, int stringMode = 0);
 
   private:
-    standin::CalloutLibrary library_;
+    host::Library library_;
 };
 
 }  // namespace nimb::test

@@ -6,19 +6,19 @@ namespace nimb::standin {
 
 namespace {
 
-VeltoList integerResult(CalloutLibrary& library, std::string_view entry,
+VeltoList integerResult(host::Library& library, std::string_view entry,
                         const VeltoList& arguments) {
     if (!arguments.empty()) {
-        throw CallError(std::string(entry) + " takes no arguments");
+        throw host::CallError(std::string(entry) + " takes no arguments");
     }
     VeltoList result;
     result += library.callInteger(entry);
     return result;
 }
 
-VeltoList textResult(CalloutLibrary& library, std::string_view entry, const VeltoList& arguments) {
+VeltoList textResult(host::Library& library, std::string_view entry, const VeltoList& arguments) {
     if (arguments.size() != 1) {
-        throw CallError(std::string(entry) + " takes one integer");
+        throw host::CallError(std::string(entry) + " takes one integer");
     }
     const auto number = static_cast<unsigned int>(arguments.at(0).AsLongLong());
     VeltoList result;
@@ -30,7 +30,7 @@ VeltoList textResult(CalloutLibrary& library, std::string_view entry, const Velt
 
 }  // namespace
 
-Session::Session(CalloutLibrary& library, Variables variables)
+Session::Session(host::Library& library, Variables variables)
     : library_(library), variables_(std::move(variables)) {
     variables_.declare("result");
     for (const EntryHelp& entry : entryTable()) {
@@ -65,7 +65,7 @@ Outcome Session::callByList(std::string_view entry, const VeltoList& arguments) 
         static_cast<void>(outcome.result.size());
         outcome.failed = outcome.untouched || outcome.result.at(0).AsLong() != 0;
     } catch (const std::exception&) {  // the list reader's word for bytes that are no list
-        throw CallError(std::string(entry) + " answered bytes that are no list");
+        throw host::CallError(std::string(entry) + " answered bytes that are no list");
     }
     return outcome;
 }

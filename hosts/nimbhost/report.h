@@ -24,7 +24,7 @@ struct ReportOptions {
 /// states, so it speaks of them as the library does.
 class Report {
   public:
-    Report(std::ostream& out, CalloutLibrary& library, ReportOptions options)
+    Report(std::ostream& out, host::Library& library, ReportOptions options)
         : out_(out), library_(library), options_(options) {}
 
     void heading(std::string_view text);
@@ -37,7 +37,7 @@ class Report {
     std::string nameOfCode(std::string_view name, const VeltoListItem& item);
 
     std::ostream& out_;
-    CalloutLibrary& library_;
+    host::Library& library_;
     ReportOptions options_;
 };
 

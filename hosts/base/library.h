@@ -1,6 +1,11 @@
 #pragma once
 
+#include <nimbopcua/callout_table.h>
+
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -8,31 +13,37 @@
 #include <string_view>
 #include <vector>
 
-#include "host/counted_string.h"
 #include "list/velto_list.h"
-#include "nimbopcua/callout_table.h"
 
-namespace nimb::standin {
+namespace nimb::host {
 
 /// The library cannot be loaded, or what is behind the path is not a callout library.
 class LoadError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// A call that cannot be made, or whose outcome breaks the agreement with the host. Failures that
-/// an entry reports are no errors here: they travel in its result list.
+/// A call that cannot be made, or whose outcome breaks the rules of the boundary. Failures that an
+/// entry reports are no errors here: they travel in its result list.
 class CallError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The shared library seen through its callout table, loaded and called as the host does it.
+/// The shared library seen through its callout table.
 ///
-/// The library stays loaded until the process ends, as in a host: several objects for one path
-/// share its client handles. Not for more than one thread at a time.
-class CalloutLibrary {
+/// The library stays loaded until the process ends: its clients do. Several objects for one path
+/// share its handles. Objects may be used from several threads: calls, which the library wants one
+/// at a time, wait for each other, so a server that does not answer holds up every thread's calls
+/// until the timeout.
+class Library {
   public:
+    /// How much is made of the buffers around each call.
+    enum class Care {
+        lean,    ///< what a host needs
+        strict,  ///< also shows whether an entry reads or writes beyond the lengths; for tests
+    };
+
     /// Loads the library at `path` and walks its table. Throws LoadError.
-    explicit CalloutLibrary(const std::string& path);
+    explicit Library(const std::string& path, Care care = Care::lean);
 
     /// The rows of the table, without the closing one.
     std::span<const nimb_callout_row> rows() const noexcept { return rows_; }
@@ -41,7 +52,8 @@ class CalloutLibrary {
 
     /// Calls a "Bb" or "B" entry; a "B" entry takes no arguments.
     /// @param arguments  an encoded list of at most 32767 bytes
-    /// @return the result list's bytes; nothing when the entry left the output untouched
+    /// @return a copy of the result list's bytes; nothing when nothing was written, because the
+    ///         result is too long
     /// Throws CallError.
     std::optional<std::vector<unsigned char>> call(std::string_view entry,
                                                    std::span<const unsigned char> arguments = {});
@@ -51,7 +63,7 @@ class CalloutLibrary {
         return call(entry, std::span(arguments.data(), arguments.datalength()));
     }
     /// Calls a "Bb" entry with the very buffers given and returns what the entry returned.
-    int callRaw(std::string_view entry, HostBytes& out, const HostBytes& in);
+    int callRaw(std::string_view entry, nimb_string& out, const nimb_string& in);
 
     /// Calls a "P" entry and returns the number it wrote. Throws CallError.
     int callInteger(std::string_view entry);
@@ -59,15 +71,25 @@ class CalloutLibrary {
     /// wrote none. Throws CallError.
     std::optional<std::string> callText(std::string_view entry, unsigned int argument);
 
+    /// The name of an OPC UA status code, such as "BadNodeIdUnknown". Valid for the object's life.
+    const std::string& statusName(std::uint32_t status);
+
+    /// Whether a call is under way in this process. For handlers that run when the process exits:
+    /// exit() may have been called by a signal handler in the middle of one.
+    static bool callUnderWay() noexcept;
+
   private:
     const nimb_callout_row& row(std::string_view entry, std::string_view arguments) const;
     void passArguments(std::span<const unsigned char> arguments);
     std::optional<std::vector<unsigned char>> takeResult() const;
 
     std::span<const nimb_callout_row> rows_;
-    // A host reuses its buffers; these are too large for a stack.
-    std::unique_ptr<HostBytes> in_ = std::make_unique<HostBytes>();
-    std::unique_ptr<HostBytes> out_ = std::make_unique<HostBytes>();
+    Care care_;
+    // Too large for a stack, and used again by each call.
+    std::unique_ptr<nimb_string> in_ = std::make_unique<nimb_string>();
+    std::unique_ptr<nimb_string> out_ = std::make_unique<nimb_string>();
+    std::mutex namesMutex_;
+    std::map<std::uint32_t, std::string> names_;
 };
 
-}  // namespace nimb::standin
+}  // namespace nimb::host

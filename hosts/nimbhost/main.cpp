@@ -94,7 +94,7 @@ int carryOut(const CommandLine& line) {
         std::cout << (line.command == "list" ? entryList() : entryHelp(line.operands[0]));
         return asExpected;
     }
-    CalloutLibrary library(libraryPath(line));
+    host::Library library(libraryPath(line));
     Session session(library, definedVariables(line));
     Report report(std::cout, library, line.report);
     ScriptRunner runner(session, report);
@@ -113,16 +113,17 @@ int complain(const std::exception& error, ExitStatus status, const char* advice 
 }  // namespace nimb::standin
 
 int main(int count, char** words) {
+    using namespace nimb;
     using namespace nimb::standin;
     try {
         return carryOut(parseCommandLine({words + 1, words + count}));
     } catch (const UsageError& error) {
         return complain(error, wrongInput, "Try \"nimbhost --help\".\n");
-    } catch (const LoadError& error) {
+    } catch (const host::LoadError& error) {
         return complain(error, notLoaded, "Choose another library with --library PATH.\n");
     } catch (const InputError& error) {
         return complain(error, wrongInput);
-    } catch (const CallError& error) {
+    } catch (const host::CallError& error) {
         return complain(error, callFailed);
     } catch (const std::exception& error) {
         return complain(error, callFailed);

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/library.h"
 #include "list/velto_list.h"
-#include "nimbhost/callout_library.h"
 #include "nimbhost/variables.h"
 
 namespace nimb::standin {
@@ -23,13 +23,13 @@ struct Outcome {
 class Session {
   public:
     /// Declares the variables that calls set; `variables` has values for others, or for them too.
-    Session(CalloutLibrary& library, Variables variables);
+    Session(host::Library& library, Variables variables);
 
     /// Calls an entry; $result becomes its whole result, $handle and its like the first item of a
     /// successful one. Throws CallError.
     Outcome call(std::string_view entry, const VeltoList& arguments);
 
-    CalloutLibrary& library() noexcept { return library_; }
+    host::Library& library() noexcept { return library_; }
     Variables& variables() noexcept { return variables_; }
     std::vector<std::string_view> entryNames() const;
 
@@ -37,7 +37,7 @@ class Session {
     Outcome callByList(std::string_view entry, const VeltoList& arguments);
     void keep(std::string_view entry, const Outcome& outcome);
 
-    CalloutLibrary& library_;
+    host::Library& library_;
     Variables variables_;
 };
 

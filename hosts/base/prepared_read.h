@@ -1,0 +1,90 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/connection.h"
+#include "base/node_id.h"
+#include "base/nodes.h"
+#include "base/value.h"
+
+namespace nimb::host {
+
+/// What one request, or as few as it took, brought of some nodes: one picture of them, by their
+/// position. Values are made of the result's bytes when they are asked for.
+class Reading {
+  public:
+    std::size_t size() const noexcept { return samples_.size(); }
+
+    /// The value's status; nothing when the value has no form and so brought none.
+    std::optional<std::uint32_t> status(std::size_t i) const { return samples_.at(i).status; }
+    std::optional<Ticks> sourceTime(std::size_t i) const { return time(i, 0); }
+    std::optional<Ticks> serverTime(std::size_t i) const { return time(i, 1); }
+    /// Null where there is no value, and with a warning where there is one that cannot be shown.
+    Value value(std::size_t i, const NodeInfo& info, Warning& warning) const;
+
+  private:
+    friend class PreparedRead;
+
+    struct Sample {
+        VeltoROList items;  ///< source time, server time, status, value; empty: no value
+        std::optional<std::uint32_t> status;
+    };
+    std::optional<Ticks> time(std::size_t i, std::size_t item) const;
+
+    std::deque<VeltoList> results_;  ///< the bytes that the samples view; a deque never moves them
+    std::vector<Sample> samples_;
+};
+
+/// Some nodes that are read again and again, in one request where their values fit into a result.
+/// Holds on to the request between reads and prepares it anew when the client lost it.
+class PreparedRead {
+  public:
+    /// @param connection  must outlive the object
+    PreparedRead(Connection& connection, std::vector<NodeId> nodes)
+        : connection_(connection), nodes_(std::move(nodes)), formless_(nodes_.size()) {}
+    ~PreparedRead();
+    PreparedRead(const PreparedRead&) = delete;
+    PreparedRead& operator=(const PreparedRead&) = delete;
+
+    const std::vector<NodeId>& nodes() const noexcept { return nodes_; }
+
+    /// Reads all nodes. Throws as Connection::reading, and TooLong naming a node whose value alone
+    /// does not fit.
+    Reading read();
+
+  private:
+    /// A request: nodes by their position, and its handle.
+    struct Part {
+        std::vector<std::size_t> nodes;
+        long query = 0;
+    };
+
+    bool isFormless(std::size_t node) const;
+    void prepare();
+    long setUp(const std::vector<std::size_t>& nodes);
+    void clear() noexcept;
+    void clear(long query) noexcept;
+    void poll(Reading& reading);
+    bool pollPart(const Part& part, Reading& reading);
+    bool dropFormless(Part& part, const Failure& failure);
+    std::size_t split(std::size_t part);
+    void readAbsent(Reading& reading);
+    void readAbsentOne(Reading& reading, std::size_t node);
+
+    using Clock = std::chrono::steady_clock;
+
+    Connection& connection_;
+    std::vector<NodeId> nodes_;
+    /// When to try a node again that failed a poll because its value has no form.
+    std::vector<std::optional<Clock::time_point>> formless_;
+    std::vector<Part> parts_;
+    Part absent_;  ///< the nodes that had no value last time
+    unsigned generation_ = 0;
+};
+
+}  // namespace nimb::host

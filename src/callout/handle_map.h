@@ -12,14 +12,21 @@ namespace nimb {
 template <typename Object>
 class HandleMap {
   public:
-    /// The process-wide registry, made on first use and never destroyed: hosts may still call while
-    /// the process winds down.
+    /// The process-wide registry, made on first use and not destroyed with the process: hosts may
+    /// still call while that winds down.
     static HandleMap& getMap() noexcept {
         alignas(HandleMap) static unsigned char storage[sizeof(HandleMap)];
         if (handle_map == nullptr) {
             handle_map = new (storage) HandleMap;
         }
         return *handle_map;
+    }
+
+    /// Destroys the registry and all that it owns, as if it had never been made.
+    static void giveBack() noexcept {
+        if (HandleMap* map = std::exchange(handle_map, nullptr)) {
+            map->~HandleMap();
+        }
     }
 
     /// Files a new object and returns its handle.

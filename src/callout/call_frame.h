@@ -1,8 +1,8 @@
 #pragma once
 
 #include "callout/arguments.h"
-#include "callout/process_state.h"
 #include "callout/result_writer.h"
+#include "callout/waiting_call.h"
 #include "errors/uac_err.h"
 #include "list/velto_list.h"
 
@@ -41,12 +41,13 @@ void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
     }
 }
 
-/// The frame around a handler that talks to a server or writes to the log: during the call the
-/// thread cannot be cancelled, as no wait would return otherwise. The others do nothing at which a
-/// thread is cancelled, and are too short to pay for it.
+/// The frame around a handler that talks to a server or writes to the log: the thread is not
+/// cancelled during the call, and no standard stream's number goes to a socket. The other handlers
+/// open nothing and do nothing at which a thread is cancelled, and are too short to pay for it.
 template <typename Operation>
 void waitingFrame(HostBytes* out, const HostBytes* in, const char* tag, Operation&& operation) {
     const CancellationPutOff duringTheCall;
+    const ClosedStreamsTaken meanwhile;
     callFrame(out, in, tag, operation);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <new>
@@ -20,6 +21,13 @@ class HandleMap {
             handle_map = new (storage) HandleMap;
         }
         return *handle_map;
+    }
+
+    /// Whether there is a registry with an object that is not destroyed.
+    static bool holdsObjects() noexcept {
+        const auto lives = [](const auto& entry) { return entry.second != nullptr; };
+        return handle_map != nullptr &&
+               std::any_of(handle_map->objects_.begin(), handle_map->objects_.end(), lives);
     }
 
     /// Destroys the registry and all that it owns, as if it had never been made.

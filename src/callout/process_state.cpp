@@ -1,10 +1,13 @@
 #include "callout/process_state.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <memory>
 #include <utility>
 
 #include "callout/handle_map.h"
+#include "callout/waiting_call.h"
 #include "client/opcua_client.h"
 
 namespace nimb {
@@ -12,19 +15,21 @@ namespace nimb {
 namespace {
 
 ProcessState* state = nullptr;
+pid_t maker =
+    0;  // a copy of the process (fork) has the state too, but the sessions are not its own
 bool processEnds = false;
 
 void noteEndOfProcess() { processEnds = true; }
 
-// The loader runs it when the library is unloaded, before the library's own exit handlers, and at
-// the process's end, behind the exit handlers of all. Then others may still call: their destructors
-// can come later. What is left is reachable and goes with the process.
-[[gnu::destructor]] void giveBackAtUnloading() {
-    if (processEnds) {
-        return;
-    }
+// The loader runs this when the library is unloaded, before the library's own exit handlers, and
+// at the process's end, behind the exit handlers of all. Then clients that live stay: destructors
+// of others may still use them, and what is left is reachable and goes with the process.
+[[gnu::destructor]] void giveBack() {
+    using Clients = HandleMap<OpcuaClient>;
     const CancellationPutOff whileSessionsClose;
-    HandleMap<OpcuaClient>::giveBack();
+    if ((!processEnds && maker == getpid()) || !Clients::holdsObjects()) {
+        Clients::giveBack();
+    }
     delete std::exchange(state, nullptr);
 }
 
@@ -33,8 +38,11 @@ void noteEndOfProcess() { processEnds = true; }
 ProcessState& processState() {
     if (state == nullptr) [[unlikely]] {
         auto made = std::make_unique<ProcessState>();
-        // Without that note the end would look like an unloading: then rather keep everything.
-        processEnds = std::atexit(noteEndOfProcess) != 0;
+        // Without the note the end would look like an unloading: rather keep everything.
+        if (std::atexit(noteEndOfProcess) != 0) {
+            processEnds = true;
+        }
+        maker = getpid();
         state = made.release();
     }
     return *state;

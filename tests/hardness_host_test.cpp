@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <pthread.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 
 #include <filesystem>
 #include <fstream>
@@ -181,6 +183,30 @@ TEST(HostileHost, ForkThatUnloadsTheLibraryLeavesTheSessionOpen) {
     });
     EXPECT_EQ(process.text(), "unloaded");
     EXPECT_TRUE(copy.call("zfReadAttribute", client, "Tank1.Level", 2, 3, 13).ok());
+}
+
+TEST(HostileHost, SessionsSurviveSignalsAndTheLackOfDescriptors) {
+    const ServerProcess server;
+    const Fork process([&] {
+        Host host;
+        const long client = host.newClient();
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlim_t before = std::exchange(limit.rlim_cur, 0);
+        setrlimit(RLIMIT_NOFILE, &limit);
+        std::string answers = host.call("zfConnectB", client, server.url()).text().substr(0, 16);
+        limit.rlim_cur = before;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        std::signal(SIGALRM, [](int) {});
+        const itimerval storm{{0, 200}, {0, 200}};
+        setitimer(ITIMER_REAL, &storm, nullptr);
+        answers += host.call("zfConnectB", client, server.url()).text();
+        for (int i = 0; i < 200; ++i) {
+            if (!host.call("zfReadAttribute", client, "Tank1.Level", 2, 3, 13).ok()) answers += '!';
+        }
+        return answers + host.call("zfDestroyClientB", client).text();
+    });
+    EXPECT_EQ(process.text(), "1, 4, 214761472000");
 }
 
 TEST(HostileHost, CancelledThreadFinishesItsCall) {

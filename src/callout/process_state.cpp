@@ -15,8 +15,8 @@ namespace nimb {
 namespace {
 
 ProcessState* state = nullptr;
-pid_t maker =
-    0;  // a copy of the process (fork) has the state too, but the sessions are not its own
+// A copy of the process (fork) has the state too, but the sessions are not its own.
+pid_t maker = 0;
 bool processEnds = false;
 
 void noteEndOfProcess() { processEnds = true; }

@@ -159,8 +159,11 @@ TEST(CalloutArguments, BehindTheStatedLengthAreNotThere) {
 
 TEST(CalloutArguments, ThatClaimMoreThanTheInputHasAreRefused) {
     Host host;
-    auto out = std::make_unique<HostBytes>();
-    auto in = std::make_unique<HostBytes>();
+    // Hosts may pack their strings, so that the length lies at an odd address.
+    std::vector<unsigned char> memory(2 * sizeof(HostBytes) + 4);
+    unsigned char* odd = memory.data() + 1;
+    auto* out = reinterpret_cast<HostBytes*>(odd);
+    auto* in = reinterpret_cast<HostBytes*>(odd + (sizeof *out + 1) / 2 * 2);
     const unsigned char text[] = {0x05, 0x01, 'a', 'b', 'c'};
     std::memcpy(in->data, text, sizeof text);
     for (std::size_t length = 1; length < sizeof text; ++length) {

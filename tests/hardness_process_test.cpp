@@ -1,7 +1,6 @@
 // What the library must never do to the process that it lives in, and how it bears what a host may
 // do to it.
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -21,7 +20,6 @@
 #include <string>
 #include <vector>
 
-#include "elf/elf_file.h"
 #include "following.h"
 #include "reading_plant.h"
 #include "support/child_process.h"
@@ -208,40 +206,6 @@ TEST(Process, EveryEntryBearsNullAndGarbage) {
             if (std::strcmp(row.name, "zfSetLogFile") == 0) in->length |= 0x8000;
             EXPECT_EQ(entry(out.get(), in.get()), 0);
         }
-    }
-}
-
-TEST(Process, LibraryCanBeUnloaded) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "a sanitized library stays loaded";
-#endif
-    // A copy, as the original stays loaded for the other tests.
-    const TempDir directory;
-    const fs::path copy = directory.path() / "libcopy.so";
-    fs::copy_file(NIMB_LIBRARY_PATH, copy);
-    void* library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(library, nullptr) << dlerror();
-    const auto out = std::make_unique<HostBytes>();
-    reinterpret_cast<int (*)(HostBytes*)>(dlsym(library, "zfCreateClientB"))(out.get());
-    EXPECT_EQ(out->data[1], item_code::kPosInteger);
-    EXPECT_EQ(dlclose(library), 0);
-    EXPECT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
-}
-
-// std::terminate is not among them: the compiler plants it in every function that is noexcept. The
-// frame around each entry catches everything before it gets there.
-TEST(Process, NothingIsImportedThatEndsTheProcessOrTouchesItsStreams) {
-    const std::set<std::string> imported = ElfFile(NIMB_LIBRARY_PATH).importedNames();
-    for (const char* name :
-         {"exit",        "_exit",     "_Exit",     "quick_exit", "abort",       "__assert_fail",
-          "raise",       "kill",      "signal",    "sigaction",  "sigprocmask", "pthread_create",
-          "thrd_create", "fork",      "vfork",     "system",     "popen",       "execv",
-          "execve",      "setlocale", "uselocale", "chdir",      "setenv",      "putenv",
-          "umask",       "printf",    "vprintf",   "puts",       "putchar",     "perror",
-          "scanf",       "getchar",   "stdin",     "stdout",     "stderr",      "_ZSt4cout",
-          "_ZSt4cerr",   "_ZSt4clog", "_ZSt3cin",  "strtod",     "atof",        "gethostbyname",
-          "sleep",       "usleep",    "nanosleep"}) {
-        EXPECT_FALSE(imported.contains(name)) << name;
     }
 }
 

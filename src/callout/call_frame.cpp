@@ -1,5 +1,7 @@
 #include "callout/call_frame.h"
 
+#include "callout/process_state.h"
+
 namespace nimb {
 
 namespace {
@@ -10,7 +12,7 @@ constexpr std::size_t kKeptCapacity = std::size_t{128} << 10;
 }  // namespace
 
 VeltoList& emptyResults() {
-    static VeltoList results;
+    VeltoList& results = processState().results;
     if (results.capacity() > kKeptCapacity) {
         results.clear();
     }

@@ -2,13 +2,14 @@
 
 #include "callout/arguments.h"
 #include "callout/result_writer.h"
+#include "callout/waiting_call.h"
 #include "errors/uac_err.h"
 #include "list/velto_list.h"
 
 namespace nimb {
 
-/// The list that a call builds its results in, empty. Its buffer is kept between calls, because
-/// the host makes one call at a time and a poll's results are tens of kilobytes.
+/// The list that a call builds its results in, empty.
+/// @throws std::bad_alloc
 VeltoList& emptyResults();
 
 /// The error that an operation returns, or the one for whatever it raises.
@@ -38,6 +39,16 @@ void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
     } catch (...) {
         writeFailureWithoutMemory(out, tag);
     }
+}
+
+/// The frame around a handler that talks to a server or writes to the log: the thread is not
+/// cancelled during the call, and no standard stream's number goes to a socket. The other handlers
+/// open nothing and do nothing at which a thread is cancelled, and are too short to pay for it.
+template <typename Operation>
+void waitingFrame(HostBytes* out, const HostBytes* in, const char* tag, Operation&& operation) {
+    const CancellationPutOff duringTheCall;
+    const ClosedStreamsTaken meanwhile;
+    callFrame(out, in, tag, operation);
 }
 
 }  // namespace nimb

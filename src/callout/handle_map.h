@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <new>
@@ -12,14 +13,28 @@ namespace nimb {
 template <typename Object>
 class HandleMap {
   public:
-    /// The process-wide registry, made on first use and never destroyed: hosts may still call while
-    /// the process winds down.
+    /// The process-wide registry, made on first use and not destroyed with the process: hosts may
+    /// still call while that winds down.
     static HandleMap& getMap() noexcept {
         alignas(HandleMap) static unsigned char storage[sizeof(HandleMap)];
         if (handle_map == nullptr) {
             handle_map = new (storage) HandleMap;
         }
         return *handle_map;
+    }
+
+    /// Whether there is a registry with an object that is not destroyed.
+    static bool holdsObjects() noexcept {
+        const auto lives = [](const auto& entry) { return entry.second != nullptr; };
+        return handle_map != nullptr &&
+               std::any_of(handle_map->objects_.begin(), handle_map->objects_.end(), lives);
+    }
+
+    /// Destroys the registry and all that it owns, as if it had never been made.
+    static void giveBack() noexcept {
+        if (HandleMap* map = std::exchange(handle_map, nullptr)) {
+            map->~HandleMap();
+        }
     }
 
     /// Files a new object and returns its handle.

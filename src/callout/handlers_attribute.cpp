@@ -52,7 +52,7 @@ UACErr readValue(OpcuaClient& client, const UA_NodeId& id, VeltoList& results) {
 }  // namespace
 
 void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B22]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B22]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         OpcuaClient& client = arguments.client();
         OwnedNodeId id;
         decodeNodeId(id.get(), arguments.list(), 3);
@@ -64,7 +64,7 @@ void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::writeAttribute(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B23]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B23]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         OpcuaClient& client = arguments.client();
         const long type = arguments[2].AsLong();
         OwnedNodeId id;

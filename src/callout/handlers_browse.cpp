@@ -8,7 +8,7 @@ namespace nimb {
 // The lists come as type, namespace, identifier: the reverse of the single-node entries, and what
 // hosts send.
 void OpcuaStatic::browse(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B24]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B24]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const VeltoROList types = arguments[1].AsVeltoROList();
         const VeltoROList namespaces = arguments[2].AsVeltoROList();

@@ -23,7 +23,7 @@ std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds) {
 }  // namespace
 
 void OpcuaStatic::readBulkSetup(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B10]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B10]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const VeltoROList types = arguments[1].AsVeltoROList();
         const VeltoROList namespaces = arguments[2].AsVeltoROList();
@@ -45,7 +45,7 @@ void OpcuaStatic::readBulkSetup(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::readBulkSetupC(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B11]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B11]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         Specification specification;
         if (UACErr error = specification.set(arguments[1].AsVeltoROList()); error.isError()) {
@@ -64,19 +64,19 @@ void OpcuaStatic::readBulkSetupC(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::readBulkPoll(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B12]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B12]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         return arguments.client().readBulkPoll(&results, arguments[1].AsLong());
     });
 }
 
 void OpcuaStatic::readBulkPollB(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B13]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B13]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         return arguments.client().readBulkPollB(&results, arguments[1].AsLong());
     });
 }
 
 void OpcuaStatic::readBulkPollC(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B14]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B14]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         constexpr long lastDateOption = 2;
         OpcuaClient& client = arguments.client();
         const long queryHandle = arguments[1].AsLong();
@@ -91,7 +91,7 @@ void OpcuaStatic::readBulkPollC(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::readBulkClear(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B15]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B15]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         return arguments.client().readBulkClear(arguments[1].AsLong());
     });
 }

@@ -4,6 +4,7 @@
 
 #include "callout/call_frame.h"
 #include "callout/opcua_static.h"
+#include "callout/process_state.h"
 #include "convert/ua_export.h"
 #include "errors/log_file.h"
 #include "host/version.h"
@@ -66,8 +67,11 @@ void OpcuaStatic::returnUnsupported(HostBytes* out) {
 void OpcuaStatic::getVersion(HostBytes* out) {
     static constexpr HostBytes kNoInput{};
     callFrame(out, &kNoInput, "", [](const Arguments&, VeltoList& results) -> UACErr {
-        static const VeltoList versionItems = makeVersionItems();
-        results.appendList(versionItems);
+        VeltoList& items = processState().versionItems;
+        if (items.empty()) {
+            items = makeVersionItems();
+        }
+        results.appendList(items);
         return {};
     });
 }

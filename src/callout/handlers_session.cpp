@@ -9,14 +9,14 @@ namespace nimb {
 
 void OpcuaStatic::createB(HostBytes* out) {
     static constexpr HostBytes kNoInput{};
-    callFrame(out, &kNoInput, "[B4]", [](const Arguments&, VeltoList& results) -> UACErr {
+    waitingFrame(out, &kNoInput, "[B4]", [](const Arguments&, VeltoList& results) -> UACErr {
         results += HandleMap<OpcuaClient>::getMap().add(std::make_unique<OpcuaClient>());
         return {};
     });
 }
 
 void OpcuaStatic::destroyB(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B7]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B7]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         const long handle = arguments.handle();
         UACErr error = Arguments::clientOf(handle).destroy();
         HandleMap<OpcuaClient>::getMap().destroy(handle);
@@ -25,14 +25,14 @@ void OpcuaStatic::destroyB(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::connectB(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B8]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B8]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         OpcuaClient& client = arguments.client();
         return client.connect(arguments[1].AsAString().c_str());
     });
 }
 
 void OpcuaStatic::connectUser(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B8]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B8]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         OpcuaClient& client = arguments.client();
         const std::string url = arguments[1].AsAString();
         const std::string user = arguments[2].AsAString();
@@ -42,13 +42,13 @@ void OpcuaStatic::connectUser(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::disconnectB(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B9]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B9]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         return arguments.client().disconnect();
     });
 }
 
 void OpcuaStatic::getClientStateD(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B5]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B5]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const OpcuaClient& client = arguments.client();
         ClientState state;
         if (UACErr error = client.getState(&state); error.isError()) {

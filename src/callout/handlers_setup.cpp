@@ -77,7 +77,7 @@ UACErr setUp(OpcuaClient& client, const SetupArguments& arguments) {
 }  // namespace
 
 void OpcuaStatic::setupC(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B6.1]", [](const Arguments& input, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B6.1]", [](const Arguments& input, VeltoList&) -> UACErr {
         const SetupArguments arguments(input);
         // For the whole process, so it takes effect whatever becomes of this client.
         UAC_unicode_usage = static_cast<int>(arguments.stringMode);

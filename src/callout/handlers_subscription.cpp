@@ -33,7 +33,7 @@ void appendRevised(VeltoList& results, unsigned int id, const SubscriptionReques
 }  // namespace
 
 void OpcuaStatic::createSubscriptionB(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B16]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B16]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const VeltoROList nodes = arguments[1].AsVeltoROList();
         SubscriptionRequest request = requestOf(arguments);
@@ -52,7 +52,7 @@ void OpcuaStatic::createSubscriptionB(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::pollSubscription(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B17]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B17]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const auto id = static_cast<unsigned int>(arguments[1].AsLongLong());
         const auto timeout = static_cast<unsigned short>(arguments[2].AsLong());
@@ -68,7 +68,7 @@ void OpcuaStatic::pollSubscription(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::deleteSubscription(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B18]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B18]", [](const Arguments& arguments, VeltoList&) -> UACErr {
         const long handle = arguments.handle();
         const auto id = static_cast<unsigned int>(arguments[1].AsLongLong());
         return Arguments::clientOf(handle).deleteSubscription(id);

@@ -2,6 +2,7 @@
 
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
+#include "client/url_secret.h"
 
 namespace nimb {
 
@@ -96,10 +97,11 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
 }
 
 UACErr OpcuaClient::connectTo(const char* url) {
+    const std::string shown = withoutSecret(url);
     UA_StatusCode status = UA_STATUSCODE_GOOD;
     {
         const auto call = StackCall::request(client_.get());
-        status = UA_Client_connect(client_.get(), url);
+        status = UA_Client_connect(client_.get(), shown.c_str());
     }
     sessionOpened_ = status == UA_STATUSCODE_GOOD;
     noteUse();
@@ -110,9 +112,9 @@ UACErr OpcuaClient::connectTo(const char* url) {
         const UA_ClientConfig* config = UA_Client_getConfig(client_.get());
         const int timeout = config == nullptr ? -1 : static_cast<int>(config->timeout);
         return {UACERR_OPCUA, static_cast<long>(status),
-                "Unable to connect to '%s', configured timeout = %d ms", url, timeout};
+                "Unable to connect to '%s', configured timeout = %d ms", shown.c_str(), timeout};
     }
-    return {UACERR_OPCUA, static_cast<long>(status), "Unable to connect to '%s'", url};
+    return {UACERR_OPCUA, static_cast<long>(status), "Unable to connect to '%s'", shown.c_str()};
 }
 
 UACErr OpcuaClient::connect(const char* url) {

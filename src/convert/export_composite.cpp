@@ -137,7 +137,8 @@ constexpr std::size_t kHeader = ItemWriter::kHeaderBytes;
 constexpr std::size_t kByteRoom = kHeader + 1;
 constexpr std::size_t kInt16Room = kHeader + 2;
 constexpr std::size_t kInt32Room = kHeader + 4;
-constexpr std::size_t kNodeIdRoom = kHeader + kInt16Room + kInt32Room + 2 * kByteRoom;
+// A numeric identifier, whose type 0 takes no payload; the others have a text and a type of a byte.
+constexpr std::size_t kNodeIdRoom = kHeader + kInt16Room + kInt32Room + kHeader + kByteRoom;
 constexpr std::size_t kExpandedNodeIdRoom = kNodeIdRoom + kHeader + kInt32Room;
 constexpr std::size_t kNamesRoom = 2 * kHeader + 3 * kHeader + kInt16Room;
 constexpr std::size_t kReferenceRoom =
@@ -185,7 +186,7 @@ void UACExport::UA2CL_ReferenceDescription(VeltoList* list,
                                            const UA_ReferenceDescription* rd) const {
     const std::size_t room = kReferenceRoom + textRoom(*this, *rd);
     if (textsCannotFail(stringMode) && ItemWriter::fits(room)) {
-        ItemWriter items(*list, room + ItemWriter::kNumberRoom);
+        ItemWriter items(*list, room);
         writeReference(*this, items, *rd);
         items.commit(1);
     } else {

@@ -17,7 +17,8 @@ namespace {
 // so that one check of room does for all that is written of a value.
 
 constexpr std::size_t kDateRoom = ItemWriter::kHeaderBytes + kOdbcDateBytes;
-constexpr std::size_t kTimesRoom = 2 * kDateRoom + ItemWriter::kNumberRoom;
+constexpr std::size_t kStatusRoom = ItemWriter::kHeaderBytes + sizeof(UA_StatusCode);
+constexpr std::size_t kTimesRoom = 2 * kDateRoom + kStatusRoom;
 
 [[gnu::always_inline]] inline void writeDate(ItemWriter& items, UA_DateTime time) {
     writeOdbcDate(time, items.appendItem(item_code::kUnicode, kOdbcDateBytes));

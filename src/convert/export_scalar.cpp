@@ -1,3 +1,4 @@
+#include <cassert>
 #include <cstring>
 
 #include "convert/number_items.h"
@@ -35,7 +36,9 @@ bool appendUtf16(VeltoList& list, std::string_view text) {
     if (units) {
         // Room for one unit a byte, as writeUtf16() wants it; what is too much serves later items.
         list.ensureBuffer(list.datalength() + ItemHeader::kLongBytes + 1 + 2 * text.size());
-        writeUtf16(text, list.appendItem(item_code::kUnicode, 2 * *units));
+        unsigned char* payload = list.appendItem(item_code::kUnicode, 2 * *units);
+        assert(payload + 2 * text.size() <= list.data() + list.capacity());
+        writeUtf16(text, payload);
     }
     return units.has_value();
 }

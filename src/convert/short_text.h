@@ -24,7 +24,7 @@ inline bool textsCannotFail(int stringMode) {
 
 /// Writes UTF-8 as UTF-16. False, and nothing written, when it is not valid.
 [[gnu::always_inline]] inline bool writeShortUtf16(ItemWriter& items, std::string_view text) {
-    const auto units = writeUtf16(text, items.nextPayload());
+    const auto units = writeUtf16(text, items.nextPayload(2 * text.size()));
     if (units) {
         items.appendItem(item_code::kUnicode, 2 * *units);
     }

@@ -17,9 +17,10 @@ extern const char* UAC_log_filename;
 void UAC_SetLogFileName(std::string_view variablePart);
 
 /// Appends one line: local time, process id, line number, and the message formatted as printf does
-/// and cut at 999 bytes. Does nothing while logging is off; a line that cannot be written is lost
-/// silently, because a diagnostic must never fail the call it describes. The file is opened and
-/// closed for each line, so that it may be moved or removed at any time.
+/// and cut at 999 bytes, with a "?" for each control character but the tab. Does nothing while
+/// logging is off; a line that cannot be written is lost silently, because a diagnostic must never
+/// fail the call it describes. The file is opened and closed for each line, so that it may be moved
+/// or removed at any time. Leaves errno as it is.
 [[gnu::format(printf, 1, 2)]] void UAC_WriteLogFile(const char* format, ...) noexcept;
 
 }  // namespace nimb

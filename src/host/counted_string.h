@@ -8,27 +8,25 @@
 namespace nimb {
 
 /// The host's counted string: a 16-bit element count followed by the elements. The host lays it
-/// out; the length it states is not to be trusted until it has been compared with `capacity`.
+/// out; the length it states is not to be trusted until it has been compared with `capacity`. The
+/// count may lie at an odd address, for a host may pack byte strings as it likes.
 template <typename Unit, std::size_t Capacity>
 struct VeltoString {
     static constexpr std::size_t capacity = Capacity;
 
-    std::uint16_t length;
+    [[gnu::packed]] std::uint16_t length;
     Unit data[Capacity];
 };
 
-/// The one of bytes is the string of the callout table's header.
-template <>
-struct VeltoString<unsigned char, nimb_string_capacity> : nimb_string {
-    static constexpr std::size_t capacity = nimb_string_capacity;
-};
-
-/// Input and output of every ordinary entry: up to 32767 bytes.
+/// Input and output of every ordinary entry, up to 32767 bytes: the string of the callout table's
+/// header without its alignment.
 using HostBytes = VeltoString<unsigned char, nimb_string_capacity>;
 
 /// What the host fills with message texts: up to 32767 UTF-16 code units.
 using HostText = VeltoString<char16_t, 32767>;
 
-static_assert(offsetof(HostBytes, data) == 2, "hosts put the bytes right behind the length");
+static_assert(offsetof(HostBytes, data) == 2 && offsetof(nimb_string, data) == 2,
+              "hosts put the bytes right behind the length");
+static_assert(alignof(HostBytes) == 1, "hosts promise no alignment");
 
 }  // namespace nimb

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 
@@ -10,7 +11,8 @@ namespace nimb {
 /// Appends a run of short items whose largest size is known beforehand: room is made once for all
 /// of them, and each is then a few plain stores. The members that VeltoList has too write the same
 /// bytes. The list is not used between construction and commit(); without commit() it stays as it
-/// was. Inlined by force: out of line, each member would keep the writer in memory.
+/// was. Inlined by force: out of line, each member would keep the writer in memory. Builds with
+/// assertions check that each item stays within the room; those that are shipped do not pay for it.
 class ItemWriter {
   public:
     static constexpr std::size_t kHeaderBytes = 2;  ///< length and type
@@ -24,7 +26,8 @@ class ItemWriter {
 
     /// @param most  bytes that all items together may take
     /// @throws std::bad_alloc
-    ItemWriter(VeltoList& list, std::size_t most) : list_(list), at_(list.roomFor(most)) {}
+    ItemWriter(VeltoList& list, std::size_t most)
+        : list_(list), at_(list.roomFor(most + kWholeInteger)), end_(at_ + most) {}
     ItemWriter(const ItemWriter&) = delete;
     ItemWriter& operator=(const ItemWriter&) = delete;
 
@@ -33,6 +36,7 @@ class ItemWriter {
     [[gnu::always_inline]] unsigned char* appendItem(unsigned char type,
                                                      std::size_t payloadLength) {
         unsigned char* item = at_;
+        assert(payloadLength + kHeaderBytes <= static_cast<std::size_t>(end_ - at_));
         item[0] = static_cast<unsigned char>(payloadLength + kHeaderBytes);
         item[1] = type;
         at_ += payloadLength + kHeaderBytes;
@@ -51,14 +55,21 @@ class ItemWriter {
     }
 
     /// Where the payload of the next item will begin, for those whose length only writing tells.
-    unsigned char* nextPayload() const { return at_ + kHeaderBytes; }
+    /// @param most  bytes that the payload may take
+    [[nodiscard]] unsigned char* nextPayload([[maybe_unused]] std::size_t most) const {
+        assert(most + kHeaderBytes <= static_cast<std::size_t>(end_ - at_));
+        return at_ + kHeaderBytes;
+    }
 
     /// A nested list that stays short, written where it stands: NestedList's counterpart.
     class Nested {
       public:
         explicit Nested(ItemWriter& items)
             : items_(items), item_(items.appendItem(item_code::kBytes, 0) - kHeaderBytes) {}
-        void close() { item_[0] = static_cast<unsigned char>(items_.at_ - item_); }
+        void close() {
+            assert(fits(static_cast<std::size_t>(items_.at_ - item_) - kHeaderBytes));
+            item_[0] = static_cast<unsigned char>(items_.at_ - item_);
+        }
 
       private:
         ItemWriter& items_;
@@ -77,8 +88,12 @@ class ItemWriter {
         return *this;
     }
 
+    /// What a short integer, stored with all its bytes, writes over behind its item.
+    static constexpr std::size_t kWholeInteger = sizeof(long long);
+
     VeltoList& list_;
     unsigned char* at_;
+    [[maybe_unused]] const unsigned char* const end_;
 };
 
 }  // namespace nimb

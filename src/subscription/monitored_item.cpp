@@ -19,10 +19,7 @@ MonitoredItem::MonitoredItem(std::uint32_t monitoredItemId, int itemIndex, Proce
       processor_(itemProcessor),
       equals_(UAC_Simple_DataValue_Equals) {}
 
-const UACErr& MonitoredItem::error() const {
-    static const UACErr none;
-    return error_ == nullptr ? none : *error_;
-}
+UACErr MonitoredItem::error() const { return error_ == nullptr ? UACErr() : *error_; }
 
 void MonitoredItem::replaceError(const UACErr& error) {
     error_ = error.isError() ? std::make_unique<const UACErr>(error) : nullptr;

@@ -40,7 +40,7 @@ class MonitoredItem {
     [[nodiscard]] const UA_DataValue& lastValue() const { return *lastValue_; }
 
     /// What went wrong at creation or with the latest notification.
-    [[nodiscard]] const UACErr& error() const;
+    [[nodiscard]] UACErr error() const;
     /// Takes the latest error or its absence. Throws std::bad_alloc, and then the error stays.
     void setError(const UACErr& error) {
         if (error_ != nullptr || error.isError()) {

@@ -47,6 +47,22 @@ std::optional<Elf64_Xword> ElfFile::dynamicValue(Elf64_Sxword tag) const {
     return at == entries.end() ? std::nullopt : std::optional(at->d_un.d_val);
 }
 
+std::set<std::string> ElfFile::lookedUpNames() const {
+    const auto names = section(SHT_DYNSYM).value();
+    const auto text = sections_.at(names.sh_link);
+    const auto symbols = records<Elf64_Sym>(names.sh_offset, names.sh_size / sizeof(Elf64_Sym));
+    const auto strings = records<char>(text.sh_offset, text.sh_size);
+    std::set<std::string> found;
+    for (const Elf64_Shdr& part : sections_) {
+        if (part.sh_type != SHT_RELA) continue;
+        for (const auto& entry :
+             records<Elf64_Rela>(part.sh_offset, part.sh_size / sizeof(Elf64_Rela))) {
+            found.emplace(&strings.at(symbols.at(ELF64_R_SYM(entry.r_info)).st_name));
+        }
+    }
+    return found;
+}
+
 std::set<std::string> ElfFile::dynamicNames(bool defined) const {
     const auto symbols = section(SHT_DYNSYM).value();
     const auto strings = sections_.at(symbols.sh_link);

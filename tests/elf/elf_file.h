@@ -23,6 +23,9 @@ class ElfFile {
     /// Names the library expects from others.
     std::set<std::string> importedNames() const { return dynamicNames(false); }
 
+    /// Names that the loader looks up in all modules, when it fills in the library's addresses.
+    std::set<std::string> lookedUpNames() const;
+
     /// The program header of that type (PT_...), if there is one.
     std::optional<Elf64_Phdr> segment(Elf64_Word type) const;
 

@@ -34,5 +34,17 @@ TEST(Exports, AreTheTableGetterAndTheEntriesAndNothingElse) {
     EXPECT_EQ(without(publicNames(), exported), std::vector<std::string>{}) << "not exported";
 }
 
+TEST(Exports, AreNotLookedUpByTheLibraryItself) {
+    const ElfFile library(NIMB_LIBRARY_PATH);
+    const auto lookedUp = library.lookedUpNames();
+    EXPECT_TRUE(lookedUp.contains("UA_Client_newWithConfig"));
+    EXPECT_EQ(without(publicNames(), lookedUp).size(), publicNames().size());
+    EXPECT_TRUE(library.segment(PT_GNU_RELRO));
+#ifndef __SANITIZE_ADDRESS__
+    // One function, the run time's own: nothing of the library runs when it is loaded.
+    EXPECT_EQ(library.dynamicValue(DT_INIT_ARRAYSZ).value_or(0), sizeof(void*));
+#endif
+}
+
 }  // namespace
 }  // namespace nimb::test

@@ -105,10 +105,24 @@ UA_StatusCode ServerCheck::newContext(const UA_SecurityPolicy* policy,
     }
 }
 
-UA_StatusCode ServerCheck::refuse(UA_StatusCode status, const std::string& reason) const {
+UA_StatusCode ServerCheck::refuse(UA_StatusCode status, const std::string& reason) {
     UA_LOG_ERROR(logger(), UA_LOGCATEGORY_CLIENT, "Server refused with %s: %s",
                  UA_StatusCode_name(status), reason.c_str());
+    wakeLoop();
     return status;
+}
+
+// The connection is closed already, so that nothing more happens on it: the loop of open62541
+// 1.4.11 would sleep to its next timer, up to a second. It does not while a callback is waiting.
+void ServerCheck::wakeLoop() {
+    if (wakeUp_.callback == nullptr) {
+        wakeUp_.callback = [](void* /*application*/, void* check) {
+            static_cast<ServerCheck*>(check)->wakeUp_.callback = nullptr;
+        };
+        wakeUp_.context = this;
+        UA_EventLoop* loop = UA_Client_getConfig(client_)->eventLoop;
+        loop->addDelayedCallback(loop, &wakeUp_);
+    }
 }
 
 UA_StatusCode ServerCheck::examine(const UA_SecurityPolicy& policy,
@@ -134,7 +148,7 @@ UA_StatusCode ServerCheck::examine(const UA_SecurityPolicy& policy,
 }
 
 // Discovery needs the policy None, and the stack looks it up for an endpoint without a policy.
-UA_StatusCode ServerCheck::examineUnsecured() const {
+UA_StatusCode ServerCheck::examineUnsecured() {
     const auto mode =
         attribute<UA_MessageSecurityMode>(client_, "securityMode", UA_TYPES_MESSAGESECURITYMODE);
     return mode == UA_MESSAGESECURITYMODE_NONE
@@ -143,7 +157,7 @@ UA_StatusCode ServerCheck::examineUnsecured() const {
                         "its endpoint claims security with the policy None");
 }
 
-UA_StatusCode ServerCheck::examineNames(const CertificateView& certificate) const {
+UA_StatusCode ServerCheck::examineNames(const CertificateView& certificate) {
     const std::string application =
         textOf(attribute<UA_ApplicationDescription>(client_, "serverDescription",
                                                     UA_TYPES_APPLICATIONDESCRIPTION)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <open62541/client.h>
+#include <open62541/plugin/eventloop.h>
 
 #include <string>
 #include <vector>
@@ -61,15 +62,17 @@ class ServerCheck {
                            const char* message, va_list arguments);
 
     UA_StatusCode examine(const UA_SecurityPolicy& policy, const UA_ByteString& certificate);
-    UA_StatusCode examineUnsecured() const;
-    UA_StatusCode examineNames(const CertificateView& certificate) const;
-    UA_StatusCode refuse(UA_StatusCode status, const std::string& reason) const;
+    UA_StatusCode examineUnsecured();
+    UA_StatusCode examineNames(const CertificateView& certificate);
+    UA_StatusCode refuse(UA_StatusCode status, const std::string& reason);
+    void wakeLoop();
     [[nodiscard]] const UA_Logger* logger() const;
 
     UA_Client* client_;
     TrustedFiles trusted_;
     std::string host_;
-    std::vector<Guard> guards_;  ///< never grows: the policies point into it
+    UA_DelayedCallback wakeUp_{};  ///< in the event loop's list while it has a callback
+    std::vector<Guard> guards_;    ///< never grows: the policies point into it
 };
 
 }  // namespace nimb

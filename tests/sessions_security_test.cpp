@@ -7,7 +7,9 @@
 #include <open62541/plugin/securitypolicy.h>
 #include <open62541/server.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <optional>
 
 #include "sessions_support.h"
@@ -50,6 +52,9 @@ struct Office {
         return folders.path() / name;
     }
 };
+
+/// Reads that a signal interrupts before the next one succeeds.
+int interruptedReads = 0;
 
 class SecurityTest : public ::testing::Test {
   protected:
@@ -423,6 +428,14 @@ TEST_F(SecurityTest, MaterialThatCannotBeUsedIsRefusedAtSetUpOrConnect) {
     }
 }
 
+TEST_F(SecurityTest, AReadThatASignalInterruptsGoesOn) {
+    const long client = newClientObject(*host_);
+    interruptedReads = 3;
+    EXPECT_EQ(setUp(*host_, client, encrypted()).text(), "0");
+    EXPECT_EQ(interruptedReads, 0);
+    host_->call("zfDestroyClientB", client);
+}
+
 TEST_F(SecurityTest, FilesThatCannotBeReadAreNamedByTextAndPath) {
     const std::string directory = office_->folder("odd", {});
     fs::create_directory(directory + "/sub");
@@ -513,7 +526,17 @@ TEST_F(SecurityTest, PasswordsReachTheServerButNeverTheLog) {
 }  // namespace
 }  // namespace nimb::test
 
-// Stands before the stack's function of this name, for the library too.
+// What follows stands before the functions of the same names, for the library too.
+
+[[gnu::visibility("default")]] ssize_t read(int descriptor, void* bytes, std::size_t size) {
+    if (nimb::test::interruptedReads > 0) {
+        --nimb::test::interruptedReads;
+        errno = EINTR;
+        return -1;
+    }
+    return syscall(SYS_read, descriptor, bytes, size);
+}
+
 UA_StatusCode UA_ClientConfig_setDefaultEncryption(UA_ClientConfig* config,
                                                    UA_ByteString certificate, UA_ByteString key,
                                                    const UA_ByteString* trusted,

@@ -63,11 +63,18 @@ void OpcuaClient::closeSession() {
 // stack answers "Good" and stays where it is. When a connect failed between two channels, it goes
 // on with the server that it had found then; only a disconnect makes it forget that one.
 UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
+    ClientState state;
     if (client_ == nullptr && !resetRequired_) {
         return {UACERR_APPLICATION, APPERR_UNINITIALIZED};
     }
     if (client_ != nullptr) {
-        closeSession();
+        if (UACErr error = getState(&state); error.isError()) {
+            return error;
+        }
+        const bool closed = state.secureChannelState == kChannelClosed && state.sessionState == 0;
+        if (!closed || !resetRequired_) {
+            closeSession();
+        }
     }
     // Also when that disconnect ended a subscription.
     if (resetRequired_) {

@@ -26,6 +26,28 @@ void setApplicationUri(UA_ClientConfig& config, const std::string& uri) {
     config.clientDescription.applicationUri = copy.release();
 }
 
+UA_StatusCode configureEncryption(UA_ClientConfig& config, const SecurityMaterial& material) {
+    config.privateKeyPasswordCallback = refusePasswordQuestion;
+    const auto trusted = views(material.trustList);
+    const auto revoked = views(material.revocationList);
+    UA_StatusCode status = UA_ClientConfig_setDefaultEncryption(
+        &config, material.certificate.view(), material.privateKey.view(), trusted.data(),
+        trusted.size(), revoked.data(), revoked.size());
+    if (status == UA_STATUSCODE_GOOD) {
+        // Of two empty lists, open62541 from 1.4.13 on makes a check that accepts every server.
+        status = UA_CertificateVerification_Trustlist(&config.certificateVerification,
+                                                      trusted.data(), trusted.size(), nullptr, 0,
+                                                      revoked.data(), revoked.size());
+    }
+    if (status != UA_STATUSCODE_GOOD) {
+        // open62541 1.4 says nothing about a list that it cannot read.
+        UAC_WriteLogFile(
+            "Encrypted set-up refused: %s (%zu trust list and %zu revocation list files)",
+            UA_StatusCode_name(status), trusted.size(), revoked.size());
+    }
+    return status;
+}
+
 }  // namespace
 
 void OpcuaClient::StackClientDeleter::operator()(UA_Client* client) const {
@@ -106,23 +128,8 @@ UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode
         return error;
     }
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());
-    config->privateKeyPasswordCallback = refusePasswordQuestion;
-    const auto trusted = views(material.trustList);
-    const auto revoked = views(material.revocationList);
-    UA_StatusCode status = UA_ClientConfig_setDefaultEncryption(
-        config, material.certificate.view(), material.privateKey.view(), trusted.data(),
-        trusted.size(), revoked.data(), revoked.size());
-    if (status == UA_STATUSCODE_GOOD) {
-        // Of two empty lists, open62541 from 1.4.13 on makes a check that accepts every server.
-        status = UA_CertificateVerification_Trustlist(&config->certificateVerification,
-                                                      trusted.data(), trusted.size(), nullptr, 0,
-                                                      revoked.data(), revoked.size());
-    }
-    if (status != UA_STATUSCODE_GOOD) {
-        // open62541 1.4 says nothing about a list that it cannot read.
-        UAC_WriteLogFile(
-            "Encrypted set-up refused: %s (%zu trust list and %zu revocation list files)",
-            UA_StatusCode_name(status), trusted.size(), revoked.size());
+    if (const UA_StatusCode status = configureEncryption(*config, material);
+        status != UA_STATUSCODE_GOOD) {
         return UACErr::opcua(status);
     }
     if (UACErr error = checkOwnCertificate(*config); error.isError()) {

@@ -2,10 +2,12 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <malloc.h>
 
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace nimb::test {
@@ -17,6 +19,15 @@ thread_local long left = 0;
 std::uintptr_t moduleBegin = 0;
 std::uintptr_t moduleEnd = 0;
 std::atomic<long> live = 0;
+thread_local std::string_view watched;
+thread_local long freedWithText = 0;
+
+void look(void* memory) {
+    if (watched.empty() || memory == nullptr) return;
+    if (memmem(memory, malloc_usable_size(memory), watched.data(), watched.size()) != nullptr) {
+        ++freedWithText;
+    }
+}
 
 void* counted(void* memory) {
     if (memory != nullptr) ++live;
@@ -59,6 +70,15 @@ FailingAllocation::FailingAllocation(long n, const void* module) {
 FailingAllocation::~FailingAllocation() { counting = false; }
 
 bool FailingAllocation::failed() const { return left < 0; }
+
+FreedText::FreedText(std::string_view text) {
+    freedWithText = 0;
+    watched = text;
+}
+
+FreedText::~FreedText() { watched = {}; }
+
+long FreedText::count() const { return freedWithText; }
 
 long liveBlocks() { return live; }
 
@@ -104,6 +124,7 @@ void __libc_free(void* memory);
 
 [[gnu::visibility("default")]] void free(void* memory) {
     if (memory != nullptr) --nimb::test::live;
+    nimb::test::look(memory);
     __libc_free(memory);
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
@@ -128,7 +149,12 @@ void* operator new[](std::size_t size) { return operator new(size); }
 void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
     return operator new(size, tag);
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+#ifdef __SANITIZE_ADDRESS__
+    nimb::test::look(memory);
+#endif
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }

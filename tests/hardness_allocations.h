@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 namespace nimb::test {
 
@@ -24,5 +25,17 @@ class FailingAllocation {
 /// Blocks of memory that the process holds; without meaning under the address sanitizer, which
 /// looks for leaks by itself.
 [[nodiscard]] long liveBlocks();
+
+/// While it lives, counts the blocks that are freed with this text still in them.
+class FreedText {
+  public:
+    /// @param text  must outlive this object, in no block that is freed before
+    explicit FreedText(std::string_view text);
+    ~FreedText();
+    FreedText(const FreedText&) = delete;
+    FreedText& operator=(const FreedText&) = delete;
+
+    [[nodiscard]] long count() const;
+};
 
 }  // namespace nimb::test

@@ -154,5 +154,25 @@ TEST(Memory, ExhaustedInASessionIsAFailureOfTheCallAndLosesNothing) {
 #endif
 }
 
+// Nobody answers, so that the stack makes no copies of its own: those are out of reach.
+TEST(Memory, APasswordIsWipedBeforeItsMemoryIsFreed) {
+    static const std::string secret = "a password beyond any short string";
+    Host host;
+    Caller caller(host);
+    const long client = host.call("zfCreateClientB")[1].AsLong();
+    ASSERT_TRUE(host.call("zfSetupClientC", client, 1000, 1, "", "", "", "", "", 0).ok());
+    const std::string url = "opc.tcp://127.0.0.1:1";
+    const Call logIns[] = {{"zfConnectUser", listOf(client, url, "operator", secret)},
+                           {"zfConnectUser", listOf(client, url, "operator", "x")},
+                           {"zfConnectUser", listOf(client, url, "operator", secret)},
+                           {"zfDestroyClientB", listOf(client)}};
+    const FreedText freed(secret);
+    for (const Call& call : logIns) {
+        bool failed = false;
+        caller.call(call, 1000000, failed);
+    }
+    EXPECT_EQ(freed.count(), 0);
+}
+
 }  // namespace
 }  // namespace nimb::test

@@ -1,8 +1,15 @@
 // Encrypted sessions against servers with certificates of all kinds, and what comes of material
 // that cannot be used.
 
+#include <dlfcn.h>
+#include <open62541/client_config_default.h>
+#include <open62541/plugin/pki_default.h>
+#include <open62541/plugin/securitypolicy.h>
+#include <open62541/server.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <optional>
 
 #include "sessions_support.h"
@@ -24,9 +31,18 @@ struct Office {
     Certificate authority = maker.authority("authority");
     Certificate issuedServer = maker.issue(authority, "issued-server", serverUri);
     Certificate revokedServer = maker.issue(authority, "revoked-server", serverUri);
+    Certificate otherHost = issuedWith("other-host", {.hosts = "DNS:other.example"});
+    Certificate otherUri = maker.issue(authority, "other-uri", std::string(serverUri) + ":2");
+    Certificate otherUse = issuedWith("other-use", {.usage = "digitalSignature"});
+    Certificate sha1Server = issuedWith("sha1", {.digest = "sha1"});
+    Certificate ellipticServer =
+        maker.selfSigned("elliptic", serverUri, longValid, {.key = ellipticKey});
     fs::path revocations = maker.revocationList(authority, "revocations", {revokedServer});
     TempDir folders;
 
+    Certificate issuedWith(const std::string& name, const Traits& traits) {
+        return maker.issue(authority, name, serverUri, longValid, traits);
+    }
     /// A folder of copies.
     std::string folder(const std::string& name, const std::vector<fs::path>& files) const {
         fs::create_directories(folders.path() / name);
@@ -37,6 +53,9 @@ struct Office {
     }
 };
 
+/// Reads that a signal interrupts before the next one succeeds.
+int interruptedReads = 0;
+
 class SecurityTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
@@ -46,6 +65,8 @@ class SecurityTest : public ::testing::Test {
         office_->folder("server", {office_->server.der()});
         office_->folder("expired", {office_->expiredServer.pem()});
         office_->folder("authority", {office_->authority.der()});
+        office_->folder("elliptic", {office_->ellipticServer.der()});
+        office_->folder("both", {office_->authority.pem(), office_->otherHost.pem()});
         office_->folder("leaf", {office_->issuedServer.der()});
         office_->folder("revocations", {office_->revocations});
         office_->folder("hidden", {office_->server.der()});
@@ -183,16 +204,29 @@ TEST_F(SecurityTest, AServerIsAcceptedOrRefusedByItsCertificate) {
         const char* trusted;
         const char* revoked;
         unsigned refusal;  ///< 0 for none
+        std::string logged = "its certificate is for URI:urn:nimbopcua:plant-server, DNS:localhost";
     };
+    const std::string otherHost = "DNS:other.example, not for the URL's host 127.0.0.1";
+    const std::string none;
     const Case cases[] = {
-        {office_->server, "server", "none", 0},
-        {office_->server, "hidden", "revocations", 0},
-        {office_->issuedServer, "authority", "revocations", 0},
+        {office_->server, "server", "none", 0, none},
+        {office_->server, "hidden", "revocations", 0, none},
+        {office_->issuedServer, "authority", "revocations", 0, none},
         {office_->server, "expired", "none", UA_STATUSCODE_BADCERTIFICATEUNTRUSTED},
         {office_->server, "none", "none", UA_STATUSCODE_BADCERTIFICATEUNTRUSTED},
         {office_->expiredServer, "expired", "none", UA_STATUSCODE_BADCERTIFICATETIMEINVALID},
         {office_->issuedServer, "leaf", "none", UA_STATUSCODE_BADCERTIFICATECHAININCOMPLETE},
         {office_->revokedServer, "authority", "revocations", UA_STATUSCODE_BADCERTIFICATEREVOKED},
+        {office_->otherHost, "authority", "none", UA_STATUSCODE_BADCERTIFICATEHOSTNAMEINVALID,
+         otherHost},
+        {office_->otherHost, "both", "none", 0, otherHost},
+        {office_->otherUri, "authority", "none", UA_STATUSCODE_BADCERTIFICATEURIINVALID,
+         "URI:urn:nimbopcua:plant-server:2, DNS:localhost, not for its endpoint's application "
+         "urn:nimbopcua:plant-server"},
+        {office_->otherUse, "authority", "none", UA_STATUSCODE_BADCERTIFICATEUSENOTALLOWED,
+         "the key usage of its certificate does not allow a server"},
+        {office_->sha1Server, "authority", "none", UA_STATUSCODE_BADCERTIFICATEPOLICYCHECKFAILED,
+         "its certificate is not signed with SHA-2"},
     };
     LogFolder log(*host_);
     for (const Case& c : cases) {
@@ -205,15 +239,131 @@ TEST_F(SecurityTest, AServerIsAcceptedOrRefusedByItsCertificate) {
         if (c.refusal == 0) {
             EXPECT_EQ(answer, "0");
             EXPECT_TRUE(connected(client));
+            EXPECT_EQ(log.has("warn/client\t", "its own certificate is trusted, but"),
+                      !c.logged.empty());
         } else {
             EXPECT_EQ(answer, refused(c.refusal, cannotConnect(server.url())));
-            EXPECT_TRUE(
-                log.has("error/client\t", "Processing the message returned the error code " +
-                                              std::string(UA_StatusCode_name(c.refusal))));
+            EXPECT_TRUE(log.has("error/client\t", "Server refused with " +
+                                                      std::string(UA_StatusCode_name(c.refusal))));
             EXPECT_EQ(server.sessionCount(), 0U);
         }
+        EXPECT_NE(log.text().find(c.logged), std::string::npos) << log.text();
         host_->call("zfDestroyClientB", client);
     }
+}
+
+// What follows is done to the server's configuration while it runs.
+
+void claim(UA_ServerConfig& config, UA_MessageSecurityMode mode, const char* policy) {
+    UA_EndpointDescription& endpoint = config.endpoints[0];
+    endpoint.securityMode = mode;
+    UA_String_clear(&endpoint.securityPolicyUri);
+    endpoint.securityPolicyUri = UA_String_fromChars(policy);
+}
+
+void show(UA_ServerConfig& config, const std::string& certificate) {
+    for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
+        UA_ByteString& own = config.securityPolicies[i].localCertificate;
+        UA_ByteString_clear(&own);
+        UA_ByteString_allocBuffer(&own, certificate.size());
+        std::copy(certificate.begin(), certificate.end(), own.data);
+    }
+}
+
+/// A server that shows its certificate in the endpoints and the session, but leaves it out of the
+/// channel's opening.
+struct HiddenCertificate {
+    static inline UA_SecurityPolicy* policy = nullptr;
+    static inline UA_SecurityPolicy honest;
+
+    static UA_StatusCode open(const UA_SecurityPolicy* p, const UA_ByteString* remote, void** c) {
+        policy->localCertificate.length = 0;
+        return honest.channelModule.newContext(p, remote, c);
+    }
+    static UA_StatusCode key(void* c, const UA_ByteString* secret, const UA_ByteString* seed,
+                             UA_ByteString* out) {
+        policy->localCertificate = honest.localCertificate;
+        return honest.symmetricModule.generateKey(c, secret, seed, out);
+    }
+    static void install(UA_ServerConfig& config) {
+        for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
+            policy = &config.securityPolicies[i];
+            const UA_String& uri = policy->policyUri;
+            if (std::string(uri.data, uri.data + uri.length).ends_with("#Basic256Sha256")) break;
+        }
+        honest = *policy;
+        policy->channelModule.newContext = open;
+        policy->symmetricModule.generateKey = key;
+    }
+};
+
+TEST_F(SecurityTest, AServerThatLiesIsRefusedBeforeTheStackBelievesIt) {
+    const char* none = "http://opcfoundation.org/UA/SecurityPolicy#None";
+    const auto sign = UA_MESSAGESECURITYMODE_SIGN;
+    const auto both = UA_MESSAGESECURITYMODE_SIGNANDENCRYPT;
+    const auto noEndpoint = UA_STATUSCODE_BADIDENTITYTOKENREJECTED;
+    const std::string elliptic = readFile(office_->ellipticServer.der());
+    const std::string rsa = readFile(office_->server.der());
+    const std::string pem = readFile(office_->ellipticServer.pem());
+    struct Case {
+        const char* what;
+        std::function<void(UA_ServerConfig&)> lie;
+        unsigned plain;      ///< the refusal of a plain set-up
+        unsigned encrypted;  ///< and of an encrypted one that trusts another server
+    };
+    const Case cases[] = {
+        {"Sign, None", [&](auto& c) { claim(c, sign, none); }, noEndpoint, noEndpoint},
+        {"Sign, no policy", [&](auto& c) { claim(c, sign, ""); }, noEndpoint, noEndpoint},
+        {"SignAndEncrypt, None", [&](auto& c) { claim(c, both, none); }, noEndpoint,
+         UA_STATUSCODE_BADSECURITYPOLICYREJECTED},
+        {"SignAndEncrypt, no policy", [&](auto& c) { claim(c, both, ""); }, noEndpoint,
+         UA_STATUSCODE_BADSECURITYPOLICYREJECTED},
+        {"an elliptic key", [&](auto& c) { show(c, elliptic); }, 0,
+         UA_STATUSCODE_BADCERTIFICATEUSENOTALLOWED},
+        {"PEM", [&](auto& c) { show(c, pem + '\0'); }, 0, UA_STATUSCODE_BADCERTIFICATEINVALID},
+        {"no certificate", [&](auto& c) { show(c, ""); }, 0, UA_STATUSCODE_BADCERTIFICATEINVALID},
+        {"half of one", [&](auto& c) { show(c, rsa.substr(0, rsa.size() / 2)); }, 0,
+         UA_STATUSCODE_BADCERTIFICATEINVALID},
+        {"hidden in the channel", HiddenCertificate::install, 0,
+         UA_STATUSCODE_BADCERTIFICATEUNTRUSTED},
+    };
+    for (const Case& c : cases) {
+        for (const bool encrypt : {false, true}) {
+            SCOPED_TRACE(std::string(c.what) + (encrypt ? " encrypted" : " plain"));
+            TestServer server(c.plain != 0 ? plant::PlantOptions() : secured(office_->server));
+            if (c.plain == 0) offerOnly(server, encrypt ? "Basic256Sha256" : "None");
+            server.run(
+                [&](plant::PlantServer& plant) { c.lie(*UA_Server_getConfig(plant.server())); });
+            const long client = newClientObject(*host_);
+            EXPECT_EQ(setUp(*host_, client, encrypt ? encrypted("expired") : Preparation()).text(),
+                      "0");
+            const unsigned refusal = encrypt ? c.encrypted : c.plain;
+            for (int attempt = 0; attempt < 2; ++attempt) {
+                EXPECT_EQ(connect(client, server.url()),
+                          refusal == 0 ? "0" : refused(refusal, cannotConnect(server.url())));
+            }
+            EXPECT_EQ(server.sessionCount(), refusal == 0 ? 1U : 0U);
+            host_->call("zfDestroyClientB", client);
+        }
+    }
+}
+
+/// While it lives, set-ups do as open62541 does from 1.4.13 on: with two empty lists every server
+/// is accepted.
+struct NewerStack {
+    static inline bool installed = false;
+    NewerStack() { installed = true; }
+    ~NewerStack() { installed = false; }
+};
+
+TEST_F(SecurityTest, TwoEmptyListsTrustNobodyWithANewerStackEither) {
+    const NewerStack stack;
+    TestServer server(secured(office_->server));
+    const long client = newClientObject(*host_);
+    EXPECT_EQ(setUp(*host_, client, encrypted("none")).text(), "0");
+    EXPECT_EQ(connect(client, server.url()),
+              refused(UA_STATUSCODE_BADCERTIFICATEUNTRUSTED, cannotConnect(server.url())));
+    host_->call("zfDestroyClientB", client);
 }
 
 TEST_F(SecurityTest, TrustInOneServerIsNoneInTheNext) {
@@ -240,6 +390,11 @@ TEST_F(SecurityTest, TrustInOneServerIsNoneInTheNext) {
 TEST_F(SecurityTest, MaterialThatCannotBeUsedIsRefusedAtSetUpOrConnect) {
     const std::string ok = "0";
     const std::string badKey = refused(UA_STATUSCODE_BADSECURITYCHECKSFAILED);
+    const auto badKind = [](const std::string& what) {
+        return refused(
+            UA_STATUSCODE_BADSECURITYCHECKSFAILED,
+            "The " + what + " is not RSA; make the client's key and certificate with RSA");
+    };
     const std::string badList = refused(UA_STATUSCODE_BADINTERNALERROR);
     const std::string reset = failure(1, 9, "Info / No Error : Client reset required [c]");
     const Certificate& own = office_->client;
@@ -270,6 +425,13 @@ TEST_F(SecurityTest, MaterialThatCannotBeUsedIsRefusedAtSetUpOrConnect) {
         {"garbage key", files(own.der(), write("text.key", "no key")), badKey, reset, refusedKey},
         {"key that begins like DER", files(own.der(), write("der", "\x30\x82 no key")), ok,
          noEndpoint, policyLeftOut + "BadSecurityChecksFailed"},
+        {"elliptic key in PEM", files(own.der(), office_->ellipticServer.keyPem()),
+         badKind("private key"), reset,
+         "The private key is not RSA; make the client's key and certificate with RSA"},
+        {"elliptic key in DER", files(own.der(), office_->ellipticServer.keyDer()),
+         badKind("private key"), reset, "The private key is not RSA"},
+        {"elliptic certificate", files(office_->ellipticServer.pem(), own.keyDer()),
+         badKind("client certificate's key"), reset, "The client certificate's key is not RSA"},
         {"empty key", files(own.der(), write("empty", "")), ok, noEndpoint,
          "Can not initialize security policy. Private key is empty."},
         {"garbage certificate", files(write("text.der", "no certificate"), own.keyDer()), ok,
@@ -302,6 +464,14 @@ TEST_F(SecurityTest, MaterialThatCannotBeUsedIsRefusedAtSetUpOrConnect) {
         EXPECT_EQ(connect(client, server.url()), "0") << c.what;
         host_->call("zfDestroyClientB", client);
     }
+}
+
+TEST_F(SecurityTest, AReadThatASignalInterruptsGoesOn) {
+    const long client = newClientObject(*host_);
+    interruptedReads = 3;
+    EXPECT_EQ(setUp(*host_, client, encrypted()).text(), "0");
+    EXPECT_EQ(interruptedReads, 0);
+    host_->call("zfDestroyClientB", client);
 }
 
 TEST_F(SecurityTest, FilesThatCannotBeReadAreNamedByTextAndPath) {
@@ -393,3 +563,30 @@ TEST_F(SecurityTest, PasswordsReachTheServerButNeverTheLog) {
 
 }  // namespace
 }  // namespace nimb::test
+
+// What follows stands before the functions of the same names, for the library too.
+
+[[gnu::visibility("default")]] ssize_t read(int descriptor, void* bytes, std::size_t size) {
+    if (nimb::test::interruptedReads > 0) {
+        --nimb::test::interruptedReads;
+        errno = EINTR;
+        return -1;
+    }
+    return syscall(SYS_read, descriptor, bytes, size);
+}
+
+UA_StatusCode UA_ClientConfig_setDefaultEncryption(UA_ClientConfig* config,
+                                                   UA_ByteString certificate, UA_ByteString key,
+                                                   const UA_ByteString* trusted,
+                                                   std::size_t trustedSize,
+                                                   const UA_ByteString* revoked,
+                                                   std::size_t revokedSize) {
+    const auto original = reinterpret_cast<decltype(&UA_ClientConfig_setDefaultEncryption)>(
+        dlsym(RTLD_NEXT, "UA_ClientConfig_setDefaultEncryption"));
+    const UA_StatusCode status =
+        original(config, certificate, key, trusted, trustedSize, revoked, revokedSize);
+    if (nimb::test::NewerStack::installed && trustedSize == 0 && revokedSize == 0) {
+        UA_CertificateVerification_AcceptAll(&config->certificateVerification);
+    }
+    return status;
+}

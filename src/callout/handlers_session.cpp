@@ -4,6 +4,7 @@
 #include "callout/handle_map.h"
 #include "callout/opcua_static.h"
 #include "client/opcua_client.h"
+#include "client/secret.h"
 
 namespace nimb {
 
@@ -36,8 +37,8 @@ void OpcuaStatic::connectUser(HostBytes* out, const HostBytes* in) {
         OpcuaClient& client = arguments.client();
         const std::string url = arguments[1].AsAString();
         const std::string user = arguments[2].AsAString();
-        const std::string password = arguments[3].AsAString();
-        return client.connect(url.c_str(), user.c_str(), password.c_str());
+        const Secret password{arguments[3].AsAString()};
+        return client.connect(url.c_str(), user.c_str(), password.text.c_str());
     });
 }
 

@@ -1,6 +1,6 @@
-#include <new>
-
 #include "client/opcua_client.h"
+#include "client/secret.h"
+#include "client/server_check.h"
 #include "client/stack_call.h"
 #include "client/url_secret.h"
 
@@ -35,20 +35,6 @@ int hostChannelState(UA_SecureChannelState state) {
     }
 }
 
-void setUserToken(UA_ClientConfig* config, const char* user, const char* password) {
-    Owned<UA_UserNameIdentityToken, UA_TYPES_USERNAMEIDENTITYTOKEN> content;
-    content->userName = UA_String_fromChars(user);
-    content->password = UA_String_fromChars(password);
-    UA_UserNameIdentityToken* token = UA_UserNameIdentityToken_new();
-    if (token == nullptr) {
-        throw std::bad_alloc();
-    }
-    *token = content.release();
-    UA_ExtensionObject_clear(&config->userIdentityToken);
-    UA_ExtensionObject_setValue(&config->userIdentityToken, token,
-                                &UA_TYPES[UA_TYPES_USERNAMEIDENTITYTOKEN]);
-}
-
 }  // namespace
 
 bool ClientState::connected() const {
@@ -75,7 +61,8 @@ void OpcuaClient::closeSession() {
 }
 
 // Every connect starts from a closed session: asked to connect elsewhere while connected, the
-// stack answers "Good" and stays where it is.
+// stack answers "Good" and stays where it is. When a connect failed between two channels, it goes
+// on with the server that it had found then; only a disconnect makes it forget that one.
 UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
     ClientState state;
     if (client_ == nullptr && !resetRequired_) {
@@ -85,7 +72,8 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
         if (UACErr error = getState(&state); error.isError()) {
             return error;
         }
-        if (state.secureChannelState != kChannelClosed || state.sessionState != 0) {
+        const bool closed = state.secureChannelState == kChannelClosed && state.sessionState == 0;
+        if (!closed || !resetRequired_) {
             closeSession();
         }
     }
@@ -98,6 +86,9 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
 
 UACErr OpcuaClient::connectTo(const char* url) {
     const std::string shown = withoutSecret(url);
+    if (serverCheck_ != nullptr) {
+        serverCheck_->expect(url);
+    }
     UA_StatusCode status = UA_STATUSCODE_GOOD;
     {
         const auto call = StackCall::request(client_.get());
@@ -127,7 +118,7 @@ UACErr OpcuaClient::connect(const char* url, const char* user, const char* passw
     if (error.isError()) {
         return error;
     }
-    setUserToken(UA_Client_getConfig(client_.get()), user, password);
+    setUserToken(*UA_Client_getConfig(client_.get()), user, password);
     return connectTo(url);
 }
 

@@ -1,10 +1,14 @@
 #include <open62541/client_config_default.h>
+#include <open62541/plugin/pki_default.h>
 
 #include <new>
 
 #include "client/guarded_transport.h"
+#include "client/key_check.h"
 #include "client/opcua_client.h"
+#include "client/secret.h"
 #include "client/security_material.h"
+#include "client/server_check.h"
 #include "errors/log_file.h"
 #include "errors/log_sink.h"
 #include "host/version.h"
@@ -13,28 +17,41 @@ namespace nimb {
 
 namespace {
 
-UA_StatusCode refuseKey() {
-    UAC_WriteLogFile(
-        "The private key is encrypted or unreadable; keys with a password are refused");
-    return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
+void setApplicationUri(UA_ClientConfig& config, const std::string& uri) {
+    OwnedString copy(UA_String_fromChars(uri.c_str()));
+    if (copy->data == nullptr) {
+        throw std::bad_alloc();
+    }
+    UA_String_clear(&config.clientDescription.applicationUri);
+    config.clientDescription.applicationUri = copy.release();
 }
 
-// For an encrypted or unreadable key the stack would ask on standard input and wait: the library
-// never reads the streams of its host.
-UA_StatusCode refusePasswordQuestion(UA_ClientConfig* /*config*/, UA_ByteString* /*password*/) {
-    return refuseKey();
-}
-
-// PEM, or DER as RSA keys begin. open62541 1.4.11 refuses other bytes too, but loses its copy of
-// them. An empty key it reports by itself.
-bool beginsLikeKey(const UA_ByteString& key) {
-    return key.length == 0 || key.data[0] == '-' ||
-           (key.length > 1 && key.data[0] == 0x30 && key.data[1] == 0x82);
+UA_StatusCode configureEncryption(UA_ClientConfig& config, const SecurityMaterial& material) {
+    config.privateKeyPasswordCallback = refusePasswordQuestion;
+    const auto trusted = views(material.trustList);
+    const auto revoked = views(material.revocationList);
+    UA_StatusCode status = UA_ClientConfig_setDefaultEncryption(
+        &config, material.certificate.view(), material.privateKey.view(), trusted.data(),
+        trusted.size(), revoked.data(), revoked.size());
+    if (status == UA_STATUSCODE_GOOD) {
+        // Of two empty lists, open62541 from 1.4.13 on makes a check that accepts every server.
+        status = UA_CertificateVerification_Trustlist(&config.certificateVerification,
+                                                      trusted.data(), trusted.size(), nullptr, 0,
+                                                      revoked.data(), revoked.size());
+    }
+    if (status != UA_STATUSCODE_GOOD) {
+        // open62541 1.4 says nothing about a list that it cannot read.
+        UAC_WriteLogFile(
+            "Encrypted set-up refused: %s (%zu trust list and %zu revocation list files)",
+            UA_StatusCode_name(status), trusted.size(), revoked.size());
+    }
+    return status;
 }
 
 }  // namespace
 
 void OpcuaClient::StackClientDeleter::operator()(UA_Client* client) const {
+    wipePassword(*UA_Client_getConfig(client));
     UA_Client_delete(client);
 }
 
@@ -59,6 +76,7 @@ void OpcuaClient::discardStackClient() {
     }
     discardSubscriptions();
     client_.reset();
+    serverCheck_.reset();
 }
 
 // The logger is in place before the defaults are applied: the event loop, the certificate check
@@ -94,10 +112,14 @@ UACErr OpcuaClient::setup(int timeout) {
     if (UACErr error = makeStackClient(); error.isError()) {
         return error;
     }
-    const UA_StatusCode status = UA_ClientConfig_setDefault(UA_Client_getConfig(client_.get()));
+    UA_ClientConfig* config = UA_Client_getConfig(client_.get());
+    const UA_StatusCode status = UA_ClientConfig_setDefault(config);
     if (status != UA_STATUSCODE_GOOD) {
         return UACErr::opcua(status);
     }
+    // While it is not set, open62541 1.4.11 takes an endpoint that claims security with the policy
+    // None, and divides by the block size of an encryption that is not there.
+    config->securityMode = UA_MESSAGESECURITYMODE_NONE;
     return finishSetup(timeout);
 }
 
@@ -107,26 +129,20 @@ UACErr OpcuaClient::setupWithEncryption(int timeout, UA_MessageSecurityMode mode
     if (UACErr error = makeStackClient(); error.isError()) {
         return error;
     }
-    if (!beginsLikeKey(material.privateKey.view())) {
-        return UACErr::opcua(refuseKey());
+    if (UACErr error = checkPrivateKey(material.privateKey.view()); error.isError()) {
+        return error;
     }
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());
-    config->privateKeyPasswordCallback = refusePasswordQuestion;
-    const auto trusted = views(material.trustList);
-    const auto revoked = views(material.revocationList);
-    const UA_StatusCode status = UA_ClientConfig_setDefaultEncryption(
-        config, material.certificate.view(), material.privateKey.view(), trusted.data(),
-        trusted.size(), revoked.data(), revoked.size());
-    if (status != UA_STATUSCODE_GOOD) {
-        // open62541 1.4 says nothing about a list that it cannot read.
-        UAC_WriteLogFile(
-            "Encrypted set-up refused: %s (%zu trust list and %zu revocation list files)",
-            UA_StatusCode_name(status), trusted.size(), revoked.size());
+    if (const UA_StatusCode status = configureEncryption(*config, material);
+        status != UA_STATUSCODE_GOOD) {
         return UACErr::opcua(status);
     }
+    if (UACErr error = checkOwnCertificate(*config); error.isError()) {
+        return error;
+    }
+    serverCheck_ = std::make_unique<ServerCheck>(client_.get(), material.trustList);
     config->securityMode = mode;
-    UA_String_clear(&config->clientDescription.applicationUri);
-    config->clientDescription.applicationUri = UA_String_fromChars(applicationUri.c_str());
+    setApplicationUri(*config, applicationUri);
     return finishSetup(timeout);
 }
 

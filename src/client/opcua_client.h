@@ -15,6 +15,7 @@
 namespace nimb {
 
 class NodeIdArray;
+class ServerCheck;
 class Specification;
 class Subscription;
 class VeltoList;
@@ -177,6 +178,7 @@ class OpcuaClient {
     /// The steps that all polls share, up to a response with one result a node.
     UACErr sendBulkRead(long queryHandle, const BulkReadTexts& texts, OwnedReadResponse& response);
 
+    std::unique_ptr<ServerCheck> serverCheck_;  ///< of an encrypted set-up; outlives the client
     std::unique_ptr<UA_Client, StackClientDeleter> client_;
     bool resetRequired_ = false;
     bool sessionOpened_ = false;

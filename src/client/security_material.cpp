@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "errors/file_descriptor.h"
@@ -27,6 +28,9 @@ bool readFully(int descriptor, unsigned char* bytes, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
         const ssize_t got = ::read(descriptor, bytes + done, size - done);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
         if (got <= 0) {
             return false;
         }

@@ -19,7 +19,7 @@ default_ca = register
 database = @DIRECTORY@/register.txt
 serial = @DIRECTORY@/serial.txt
 new_certs_dir = @DIRECTORY@
-default_md = sha256
+default_md = @DIGEST@
 policy = names
 unique_subject = no
 default_crl_days = 3650
@@ -36,10 +36,10 @@ keyUsage = critical, keyCertSign, cRLSign
 subjectKeyIdentifier = hash
 [application]
 basicConstraints = critical, CA:false
-keyUsage = critical, digitalSignature, nonRepudiation, keyEncipherment, dataEncipherment, keyCertSign
+keyUsage = critical, @USAGE@, keyCertSign
 extendedKeyUsage = serverAuth, clientAuth
 subjectKeyIdentifier = hash
-subjectAltName = URI:@URI@, DNS:localhost
+subjectAltName = URI:@URI@, @HOSTS@
 )";
 
 std::string replaced(std::string text, std::string_view mark, const std::string& value) {
@@ -62,8 +62,8 @@ CertificateMaker::CertificateMaker() {
 }
 
 Certificate CertificateMaker::selfSigned(const std::string& name, const std::string& applicationUri,
-                                         const Validity& validity) {
-    Certificate certificate = request(name);
+                                         const Validity& validity, const Traits& traits) {
+    Certificate certificate = request(name, traits);
     sign(certificate, certificate, "application", applicationUri, validity);
     return certificate;
 }
@@ -75,19 +75,27 @@ Certificate CertificateMaker::authority(const std::string& name) {
 }
 
 Certificate CertificateMaker::issue(const Certificate& authority, const std::string& name,
-                                    const std::string& applicationUri, const Validity& validity) {
-    Certificate certificate = request(name);
+                                    const std::string& applicationUri, const Validity& validity,
+                                    const Traits& traits) {
+    Certificate certificate = request(name, traits);
     sign(certificate, authority, "application", applicationUri, validity);
     return certificate;
 }
 
-Certificate CertificateMaker::request(const std::string& name) {
+Certificate CertificateMaker::request(const std::string& name, const Traits& traits) {
     Certificate certificate{file(name)};
-    const fs::path config = directory_.write(
-        name + ".cnf", replaced(std::string(settings), "@DIRECTORY@", directory_.path().string()));
-    openssl({"req", "-new", "-newkey", "rsa:2048", "-nodes", "-config", config, "-subj",
-             "/CN=" + name, "-keyout", certificate.keyPem(), "-out", file(name + ".csr")});
-    openssl({"rsa", "-in", certificate.keyPem(), "-outform", "DER", "-out", certificate.keyDer()});
+    std::string config = replaced(std::string(settings), "@DIRECTORY@", directory_.path().string());
+    config = replaced(config, "@HOSTS@", traits.hosts);
+    config = replaced(config, "@USAGE@", traits.usage);
+    config = replaced(config, "@DIGEST@", traits.digest);
+    std::vector<std::string> command{"req", "-new", "-nodes", "-newkey"};
+    command.insert(command.end(), traits.key.begin(), traits.key.end());
+    command.insert(command.end(),
+                   {"-config", directory_.write(name + ".cnf", config), "-subj", "/CN=" + name,
+                    "-keyout", certificate.keyPem(), "-out", file(name + ".csr")});
+    openssl(std::move(command));
+    openssl({"pkey", "-traditional", "-in", certificate.keyPem(), "-outform", "DER", "-out",
+             certificate.keyDer()});
     return certificate;
 }
 

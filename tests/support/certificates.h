@@ -18,7 +18,17 @@ inline const Validity longValid{"20000101000000Z", "20990101000000Z"};
 inline const Validity expired{"20000101000000Z", "20010101000000Z"};
 inline const Validity notYetValid{"20980101000000Z", "20990101000000Z"};
 
-/// The files of one certificate with its RSA key of 2048 bits, which has no password.
+/// What distinguishes one application's certificate from another's, in the words of openssl.
+struct Traits {
+    std::string hosts = "DNS:localhost";
+    std::string usage = "digitalSignature, nonRepudiation, keyEncipherment, dataEncipherment";
+    std::string digest = "sha256";
+    std::vector<std::string> key = {"rsa:2048"};
+};
+
+inline const std::vector<std::string> ellipticKey{"ec", "-pkeyopt", "ec_paramgen_curve:prime256v1"};
+
+/// The files of one certificate with its key, RSA of 2048 bits by default, without a password.
 struct Certificate {
     std::filesystem::path base;  ///< what all the file names begin with
 
@@ -38,14 +48,15 @@ class CertificateMaker {
 
     /// An application's own certificate, with the application URI and localhost as its names.
     Certificate selfSigned(const std::string& name, const std::string& applicationUri,
-                           const Validity& validity = longValid);
+                           const Validity& validity = longValid, const Traits& traits = {});
 
     /// An authority that can issue certificates.
     Certificate authority(const std::string& name);
 
     /// An application's certificate issued by `authority`.
     Certificate issue(const Certificate& authority, const std::string& name,
-                      const std::string& applicationUri, const Validity& validity = longValid);
+                      const std::string& applicationUri, const Validity& validity = longValid,
+                      const Traits& traits = {});
 
     /// A revocation list (DER) of `authority` that names `revoked`, certificates it issued.
     std::filesystem::path revocationList(const Certificate& authority, const std::string& name,
@@ -58,7 +69,7 @@ class CertificateMaker {
 
   private:
     std::filesystem::path file(const std::string& name) const { return directory_.path() / name; }
-    Certificate request(const std::string& name);
+    Certificate request(const std::string& name, const Traits& traits = {});
     void sign(const Certificate& certificate, const Certificate& issuer,
               const std::string& extensions, const std::string& applicationUri,
               const Validity& validity);

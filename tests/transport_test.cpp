@@ -9,6 +9,7 @@
 #include <netinet/in.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <functional>
@@ -107,6 +108,11 @@ class TransportTest : public ::testing::Test {
 
     Host host_;
     LogFolder log_{host_};
+    // What the relay's thread looks at until it ends.
+    std::atomic<bool> hostile_ = false;
+    std::atomic<bool> granted_ = false;
+    std::function<std::string(const std::string&)> answer_;
+
     TestServer server_;
     FaultProxy relay_{server_.port()};
     long client_ = 0;
@@ -120,15 +126,15 @@ struct Reply {
 class UndecodableReply : public TransportTest, public ::testing::WithParamInterface<Reply> {};
 
 TEST_P(UndecodableReply, IsRefusedBeforeTheStackSeesIt) {
-    std::atomic<bool> hostile = true;
+    hostile_ = true;
     relay_.onReply = [&](std::string& run) {
         const auto at = find(run, GetParam().type);
-        if (hostile && at) run[*at + 24] = '\xff';
+        if (hostile_ && at) run[*at + 24] = '\xff';
     };
     session(relay_.url());
     EXPECT_TRUE(
         log_.has("Connection closed, the server sent", "a response whose type cannot be decoded"));
-    hostile = false;
+    hostile_ = false;
     ASSERT_TRUE(setUp(host_, client_, {.timeout = 5000}).ok());
     EXPECT_TRUE(session(relay_.url()));
 }
@@ -178,16 +184,16 @@ TEST_F(TransportTest, WhatNoServerSendsEndsTheConnectionAtOnce) {
         {instead(std::string("MSGF\7\0\0\0", 8)), "a chunk smaller than its headers"},
         {endless, "a message above 4 MiB or of more than 1024 chunks"},
     };
-    std::function<std::string(const std::string&)> answer = instead("");
+    answer_ = instead("");
     relay_.onReply = [&](std::string& run) {
-        if (find(run, readResponse)) run = answer(run);
+        if (find(run, readResponse)) run = answer_(run);
     };
     for (const auto& [change, refused] : cases) {
         SCOPED_TRACE(refused);
         log_.begin();
         ASSERT_TRUE(setUp(host_, client_, {.timeout = timeout.count()}).ok());
         ASSERT_TRUE(connect(relay_.url()).ok());
-        answer = change;  // the relay has nothing to do
+        answer_ = change;  // the relay has nothing to do
         EXPECT_LT(duration([&] {
                       const std::string text = read().text();
                       EXPECT_NE(text.find("[BadSecureChannelClosed]"), std::string::npos) << text;
@@ -257,12 +263,11 @@ TEST_F(TransportTest, EveryAddressOfANameIsTried) {
 TEST_F(TransportTest, AsksForASessionOfFiveMinutes) {
     constexpr double asked = 5 * 60 * 1000;
     const std::string bytes(reinterpret_cast<const char*>(&asked), sizeof asked);
-    std::atomic<bool> granted = false;
     relay_.onReply = [&](const std::string& run) {
-        granted = granted || (find(run, 464) && run.find(bytes) != std::string::npos);
+        granted_ = granted_ || (find(run, 464) && run.find(bytes) != std::string::npos);
     };
     ASSERT_TRUE(connect(relay_.url()).ok());
-    EXPECT_TRUE(granted);
+    EXPECT_TRUE(granted_);
 }
 
 }  // namespace

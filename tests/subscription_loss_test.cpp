@@ -1,8 +1,10 @@
 // Servers that die, freeze, come back or forget while a host follows their values.
 
 #include <gtest/gtest.h>
+#include <sys/time.h>
 
 #include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <thread>
 
@@ -227,6 +229,19 @@ TEST_F(SubscriptionLoss, ASubscriptionThatExpiredUnpolledIsToldWithoutAFloodOfRe
             follower.host.call("zfDeleteSubscription", follower.client, id).text();
         EXPECT_NE(deleted.find("[BadSubscriptionIdInvalid]"), std::string::npos) << deleted;
     }
+}
+
+TEST_F(SubscriptionLoss, ASignalOfTheHostEndsTheWait) {
+    TestServer server;
+    Follower follower(server.url());
+    const long id = followSpeed(follower);
+    const auto previous = std::signal(SIGALRM, [](int) {});
+    const itimerval soon{{0, 0}, {0, 300000}};
+    ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
+    const milliseconds took = timeOf([&] { EXPECT_EQ(follower.poll(id, 3000).text(), noLines); });
+    std::signal(SIGALRM, previous);
+    EXPECT_GE(took, milliseconds(250)) << "keep-alives do not end it";
+    EXPECT_LT(took, milliseconds(300) + margin);
 }
 
 TEST_F(SubscriptionLoss, ALivingSubscriptionIsServedBesideADeadOne) {

@@ -2,6 +2,7 @@
 // do at a moment of the test's choosing. Ownership is proven by the sanitizers' builds.
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <chrono>
 #include <cmath>
@@ -114,6 +115,23 @@ TEST_F(SubscriptionUnit, ManyQueuedChangesComeInTheirOrder) {
     EXPECT_TRUE(lines + " " + poll() == expected.substr(0, expected.size() - 5) + "b]");
     stack.change(102, "c");
     EXPECT_EQ(poll(), "[" + filler + "1999 | c]");
+}
+
+TEST_F(SubscriptionUnit, ABigPollLeavesNoMemoryBehind) {
+    const auto used = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+    ASSERT_FALSE(create(50).isError());
+    stack.change(101, "a");
+    poll();
+    const std::size_t before = used();
+    for (int i = 0; i < 15000; ++i) {
+        stack.change(101, "b");
+    }
+    EXPECT_LT(used() - before, 15000U * 100);
+    VeltoList out;
+    EXPECT_FALSE(client.pollSubscription(&out, stack.subscriptionId, 0, 0).isError());
+    EXPECT_EQ(out.at(0).AsLong(), 15000);
+    out.clear();
+    EXPECT_LT(used(), before + 200000);
 }
 
 TEST_F(SubscriptionUnit, ALineEndsAfterItsMostNotifications) {

@@ -1,5 +1,6 @@
 #include <open62541/client_subscriptions.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <thread>
@@ -63,6 +64,14 @@ class PolledSubscription {
         poll();
     }
 
+    /// Takes the values that every subscription begins with.
+    void settleFirstValues() {
+        while (delivered_ < itemCount) poll();
+    }
+
+    /// A poll that finds nothing.
+    void look() { require(hastyPoll_.call().at(0).AsLong() == 0, "a poll with nothing to tell"); }
+
     void check() {
         for (int i = 0; i < 20; ++i) poll();  // the first lines hold initial values
         const VeltoROList lines = poll_.results().at(1).AsVeltoROList();
@@ -113,6 +122,7 @@ class CountedSubscription {
         iterate();
     }
     double delivered() const { return static_cast<double>(*count_); }
+    void look() { UA_Client_run_iterate(session_.client(), noPatience); }
 
   private:
     static void count(UA_Client*, UA_UInt32, void*, UA_UInt32, void* counter, UA_DataValue*) {
@@ -146,13 +156,17 @@ class CountedSubscription {
     RawSession session_;  // counts until it is closed, so it goes first
 };
 
+// Milliseconds.
+constexpr int never = 3600000;
+constexpr int quietInterval = 500;  // of subscriptions to values that hold still
+
 struct Followers {
     Followers(host::Library& library, int interval)
         : server({"--change", std::to_string(itemCount) + ":" + std::to_string(interval)}),
           setting{library, server.url()},
-          adapter(setting, interval),
-          raw(setting, interval),
-          control(setting, interval) {}
+          adapter(setting, std::min(interval, quietInterval)),
+          raw(setting, std::min(interval, quietInterval)),
+          control(setting, std::min(interval, quietInterval)) {}
 
     test::ServerProcess server;
     Setting setting;
@@ -175,8 +189,17 @@ Contest followContest(const Setting& setting, int interval) {
 }
 
 Case followCase(int interval, const Plan& plan) {
-    return {"notification, 200 items every " + std::to_string(interval) + " ms", Unit::ratio, 1.25,
+    return {"notification, 200 items every " + std::to_string(interval) + " ms", Unit::ratio, 1.15,
             plan, [interval](const Setting& setting) { return followContest(setting, interval); }};
+}
+
+Contest emptyContest(const Setting& setting) {
+    const auto all = std::make_shared<Followers>(setting.library, never);
+    all->adapter.settleFirstValues();
+    return {{[all] { all->adapter.look(); }},
+            {[all] { all->raw.look(); }},
+            {[all] { all->control.look(); }},
+            [all] { all->adapter.look(); }};
 }
 
 }  // namespace
@@ -184,6 +207,7 @@ Case followCase(int interval, const Plan& plan) {
 void addSubscriptionCases(std::vector<Case>& cases) {
     cases.push_back(followCase(50, {10, 1, 15}));
     cases.push_back(followCase(10, {10, 1, 80}));
+    cases.push_back({"poll with nothing to tell", Unit::ratio, 1.3, {200, 1, 50}, emptyContest});
 }
 
 }  // namespace nimb::bench

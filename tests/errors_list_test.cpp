@@ -9,6 +9,7 @@
 #include "errors/error_names.h"
 #include "errors/hex_debug.h"
 #include "errors/host_message.h"
+#include "errors/repeated_line.h"
 #include "errors/status_code_descs.h"
 #include "host/function_table.h"
 #include "list/velto_list.h"
@@ -118,6 +119,26 @@ TEST(HostMessages, AreAskedOfTheHost) {
     EXPECT_EQ(textOf(3, 6, ""), u"Unknown callin error");
     EXPECT_EQ(textOf(3, 7, ""), u"Unknown callin error");
     nimbfunctabp = nullptr;
+}
+
+TEST(RepeatedLine, EqualLinesInARowAreWrittenOnceWithTheirNumber) {
+    RepeatedLine repeated;
+    std::string written;
+    const auto add = [&](const char* head, const char* message) {
+        repeated.add(head, message, [&](const char* h, const char* m) {
+            written.append(h).append(m).append("|");
+        });
+    };
+    for (const char* message : {"x", "x", "x", "y", "x"}) {
+        add("a ", message);
+    }
+    add("b ", "x");
+    EXPECT_EQ(written, "a x|a repeated 2 times|a y|a x|b x|");
+    for (int i = 0; i < 1000; ++i) {
+        add("b ", "x");
+    }
+    add("b ", "z");
+    EXPECT_EQ(written, "a x|a repeated 2 times|a y|a x|b x|b repeated 1000 times|b z|");
 }
 
 }  // namespace

@@ -38,17 +38,27 @@ OwnedVariant guidValue() {
 
 /// The members that the stack's functions reach.
 struct FakeStackCalls {
-    static UA_CreateSubscriptionResponse create(const UA_CreateSubscriptionRequest& request,
+    static UA_CreateSubscriptionResponse create(UA_Client* client,
+                                                const UA_CreateSubscriptionRequest& request,
                                                 void* context,
                                                 UA_Client_StatusChangeNotificationCallback status,
                                                 UA_Client_DeleteSubscriptionCallback deleted) {
+        stack->client_ = client;
         stack->context_ = context;
         stack->statusChanged_ = status;
         stack->subscriptionDeleted_ = deleted;
         UA_CreateSubscriptionResponse response{};
         response.subscriptionId = stack->subscriptionId;
-        response.revisedPublishingInterval = request.requestedPublishingInterval;
+        response.revisedPublishingInterval = stack->revisedInterval;
+        response.revisedMaxKeepAliveCount = request.requestedMaxKeepAliveCount;
         return response;
+    }
+
+    static void ask(const UA_RepublishRequest& question, UA_ClientAsyncServiceCallback answered,
+                    UA_UInt32* requestId) {
+        stack->questions.push_back(question);
+        stack->answered_ = answered;
+        *requestId = ++stack->lastQuestion_;
     }
 
     static UA_CreateMonitoredItemsResponse createItems(
@@ -105,26 +115,49 @@ void FakeStack::itemDeleted(std::uint32_t item) {
     itemDeleted_(nullptr, subscriptionId, context_, item, context_);
 }
 
+void FakeStack::silent() {
+    UA_Client_getConfig(client_)->subscriptionInactivityCallback(client_, subscriptionId, context_);
+}
+
+void FakeStack::answer(UA_StatusCode status) {
+    const auto requestId = lastQuestion_ + 1 - static_cast<std::uint32_t>(questions.size());
+    questions.erase(questions.begin());
+    UA_RepublishResponse response{};
+    response.responseHeader.serviceResult = status;
+    answered_(nullptr, context_, requestId, &response);
+}
+
 }  // namespace nimb::test
 
 using nimb::test::FakeStackCalls;
 using nimb::test::runOnce;
 using nimb::test::stack;
 
-UA_StatusCode __UA_Client_connect(UA_Client* /*client*/, UA_Boolean /*async*/) {
+UA_StatusCode __UA_Client_connect(UA_Client* /*client*/, UA_Boolean async) {
+    stack->reconnects += async ? 1 : 0;
     return UA_STATUSCODE_GOOD;
 }
 
 UA_StatusCode UA_Client_run_iterate(UA_Client* /*client*/, UA_UInt32 /*timeout*/) {
+    ++stack->iterations;
     runOnce(stack->duringIterate);
+    return stack->iterateResult;
+}
+
+UA_StatusCode __UA_Client_AsyncService(UA_Client* /*client*/, const void* request,
+                                       const UA_DataType* /*requestType*/,
+                                       UA_ClientAsyncServiceCallback callback,
+                                       const UA_DataType* /*responseType*/, void* /*userdata*/,
+                                       UA_UInt32* requestId) {
+    FakeStackCalls::ask(*static_cast<const UA_RepublishRequest*>(request), callback, requestId);
     return UA_STATUSCODE_GOOD;
 }
 
 UA_CreateSubscriptionResponse UA_Client_Subscriptions_create(
-    UA_Client* /*client*/, const UA_CreateSubscriptionRequest request, void* subscriptionContext,
+    UA_Client* client, const UA_CreateSubscriptionRequest request, void* subscriptionContext,
     UA_Client_StatusChangeNotificationCallback statusChangeCallback,
     UA_Client_DeleteSubscriptionCallback deleteCallback) {
-    return FakeStackCalls::create(request, subscriptionContext, statusChangeCallback,
+    return FakeStackCalls::create(client, request, subscriptionContext, statusChangeCallback,
                                   deleteCallback);
 }
 

@@ -31,6 +31,8 @@ class FakeStack {
     /// One for each item; while empty, every item is accepted with the ids 101, 102, ...
     std::vector<UA_MonitoredItemCreateResult> itemResults;
     bool answersItems = true;  ///< false: the response is empty
+    double revisedInterval = 500;
+    UA_StatusCode iterateResult = UA_STATUSCODE_GOOD;
     UA_StatusCode deleteResult = UA_STATUSCODE_GOOD;
     /// @}
 
@@ -50,17 +52,26 @@ class FakeStack {
     void statusChange(UA_StatusCode status);
     void deleted();
     void itemDeleted(std::uint32_t item);
+    void silent();
+    /// The oldest question whether a subscription lives is answered.
+    void answer(UA_StatusCode status);
     /// @}
 
     int deleteRequests = 0;
+    int iterations = 0;
+    int reconnects = 0;
+    std::vector<UA_RepublishRequest> questions;  ///< not yet answered
 
   private:
     friend struct FakeStackCalls;
     void* context_ = nullptr;
+    UA_Client* client_ = nullptr;
     UA_Client_StatusChangeNotificationCallback statusChanged_ = nullptr;
     UA_Client_DeleteSubscriptionCallback subscriptionDeleted_ = nullptr;
     UA_Client_DataChangeNotificationCallback dataChanged_ = nullptr;
     UA_Client_DeleteMonitoredItemCallback itemDeleted_ = nullptr;
+    UA_ClientAsyncServiceCallback answered_ = nullptr;
+    std::uint32_t lastQuestion_ = 0;
     UA_DateTime clock_ = 0;
 };
 

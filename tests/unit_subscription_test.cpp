@@ -2,18 +2,22 @@
 // do at a moment of the test's choosing. Ownership is proven by the sanitizers' builds.
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <chrono>
+#include <cmath>
+#include <limits>
 #include <new>
 #include <set>
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
+#include "client/publish_pace.h"
 #include "failing_allocation.h"
 #include "fake_stack.h"
 #include "output_lines.h"
 #include "subscription/stack_callbacks.h"
 #include "subscription/subscription.h"
-#include "subscription/value_functions.h"
 
 namespace nimb::test {
 namespace {
@@ -86,6 +90,48 @@ TEST_F(SubscriptionUnit, ALineTakesInEachItemOnceAndSkipsWhatCannotBeShown) {
     stack.change(103, guidValue(), 60);
     EXPECT_EQ(poll(), "[a2 | b2 | none]") << "a line of nothing but errors repeats the values";
     EXPECT_EQ(poll(), "");
+}
+
+TEST_F(SubscriptionUnit, ASecondChangeOfAnItemEndsTheLineAlsoWhenItCannotBeShown) {
+    ASSERT_FALSE(create(2).isError());
+    stack.change(101, "a");
+    stack.change(101, guidValue(), 50);
+    stack.change(102, "b");
+    EXPECT_EQ(poll(), "[a | none] [a | b]");
+}
+
+TEST_F(SubscriptionUnit, ManyQueuedChangesComeInTheirOrder) {
+    ASSERT_FALSE(create(2).isError());
+    const std::string filler(300, '.');
+    std::string expected;
+    for (int i = 0; i < 2000; ++i) {
+        const std::string text = filler + std::to_string(i);
+        stack.change(101, text);
+        expected += (i == 0 ? "[" : " [") + text + " | none]";
+    }
+    std::string lines = poll(700);
+    lines += " " + poll(1);
+    stack.change(102, "b");
+    EXPECT_TRUE(lines + " " + poll() == expected.substr(0, expected.size() - 5) + "b]");
+    stack.change(102, "c");
+    EXPECT_EQ(poll(), "[" + filler + "1999 | c]");
+}
+
+TEST_F(SubscriptionUnit, ABigPollLeavesNoMemoryBehind) {
+    const auto used = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+    ASSERT_FALSE(create(50).isError());
+    stack.change(101, "a");
+    poll();
+    const std::size_t before = used();
+    for (int i = 0; i < 500; ++i) {
+        stack.change(101, "b");
+    }
+    EXPECT_LT(used() - before, 500U * 200);
+    VeltoList out;
+    EXPECT_FALSE(client.pollSubscription(&out, stack.subscriptionId, 0, 0).isError());
+    EXPECT_EQ(out.at(0).AsLong(), 500);
+    out.clear();
+    EXPECT_LT(used(), before + 200000);
 }
 
 TEST_F(SubscriptionUnit, ALineEndsAfterItsMostNotifications) {
@@ -343,35 +389,120 @@ TEST_F(SubscriptionUnit, ReportsWithoutASubscriptionAreIgnored) {
     EXPECT_EQ(poll(), "");
 }
 
-TEST(ItemNotification, NamesWhatIsMissing) {
-    OwnedDataValue value;
-    ItemNotification orphan(nullptr, 5, value.get());
-    EXPECT_FALSE(orphan.processed());
-    EXPECT_EQ(textOf(orphan.process()), "5, 10, Subscription not set (5)");
-    EXPECT_TRUE(orphan.processed() && orphan.failed());
-    OpcuaClient client;
-    Subscription empty(&client, 0);
-    ItemNotification stray(&empty, 5, value.get());
-    EXPECT_EQ(textOf(stray.process()), "5, 10, Monitored item ID error (id=5)");
-    EXPECT_EQ(stray.item(), nullptr);
+TEST_F(SubscriptionUnit, TheServerIsAskedOnceWhetherASilentSubscriptionLives) {
+    constexpr const char* gone = "6, 9, Non-active subscription status (SERVER DELETED)";
+    const struct {
+        UA_StatusCode answer;
+        const char* poll;
+    } cases[] = {{UA_STATUSCODE_BADMESSAGENOTAVAILABLE, ""},
+                 {UA_STATUSCODE_BADSECURECHANNELCLOSED, ""},
+                 {UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID, gone},
+                 {UA_STATUSCODE_BADNOSUBSCRIPTION, gone}};
+    for (const auto& c : cases) {
+        ASSERT_FALSE(create(1).isError());
+        EXPECT_EQ(poll(), "");
+        EXPECT_TRUE(stack.questions.empty()) << "nothing to ask";
+        stack.silent();
+        EXPECT_EQ(poll(), "");
+        EXPECT_EQ(poll(), "");
+        ASSERT_EQ(stack.questions.size(), 1U) << "not again while the answer is waited for";
+        EXPECT_EQ(stack.questions[0].subscriptionId, stack.subscriptionId);
+        EXPECT_EQ(stack.questions[0].retransmitSequenceNumber, 0U);
+        stack.duringIterate = [&] { stack.answer(c.answer); };
+        EXPECT_EQ(poll(), c.poll);
+        EXPECT_EQ(client.resetRequired(), *c.poll != 0);
+        client.setResetRequired(false);
+        stack.silent();
+        EXPECT_EQ(poll(), c.poll);
+        EXPECT_TRUE(stack.questions.empty()) << "not again so soon";
+        ++stack.subscriptionId;
+    }
 }
 
-TEST(ValueFunctions, ConvertTheBareVariantAndCompareTimesOnly) {
-    UACExport options;
-    options.variantMode = VARIANT_NESTED;
-    VeltoList output;
-    OwnedDataValue value;
-    value->value = textValue("abc").release();
-    value->status = bad;
-    EXPECT_FALSE(UAC_TestDataValueProcessor(&output, value.get(), &options).isError());
-    ASSERT_EQ(output.size(), 3U);
-    EXPECT_EQ(output.at(0).AsLong(), 0);
-    EXPECT_EQ(output.at(1).AsLong(), UA_TYPES_STRING);
-    EXPECT_EQ(output.at(2).AsAString(), "abc");
-    EXPECT_EQ(textOf(UAC_TestDataValueProcessor(&output, nullptr, &options)),
-              "5, 10, DataValue is not set");
-    EXPECT_TRUE(UAC_Simple_DataValue_Equals(nullptr, value.get()));
-    EXPECT_TRUE(UAC_Simple_DataValue_Equals(value.get(), nullptr));
+TEST_F(SubscriptionUnit, AnAnswerOutlivesItsSubscription) {
+    ASSERT_FALSE(create(1).isError());
+    stack.silent();
+    EXPECT_EQ(poll(), "");
+    EXPECT_FALSE(client.deleteSubscription(stack.subscriptionId).isError());
+    stack.answer(UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID);
+    EXPECT_FALSE(client.resetRequired());
+}
+
+TEST_F(SubscriptionUnit, APollWithNothingToDoWaitsOutItsTimeAndEndsWithTheFirstReport) {
+    using Clock = std::chrono::steady_clock;
+    ASSERT_FALSE(create(1).isError());
+    VeltoList out;
+    const auto begin = Clock::now();
+    EXPECT_FALSE(client.pollSubscription(&out, stack.subscriptionId, 50, 0).isError());
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(49));
+    EXPECT_GT(stack.iterations, 1);
+    stack.iterations = 0;
+    stack.duringIterate = [this] { stack.change(101, "a"); };
+    EXPECT_FALSE(client.pollSubscription(&out, stack.subscriptionId, 60000, 0).isError());
+    EXPECT_EQ(stack.iterations, 1);
+}
+
+TEST_F(SubscriptionUnit, ALostConnectionIsRestoredByPollsAtMostOnceASecond) {
+    ASSERT_FALSE(create(1).isError());
+    stack.iterateResult = UA_STATUSCODE_BADINVALIDSTATE;
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(poll(), "");
+    }
+    EXPECT_EQ(stack.reconnects, 1);
+    EXPECT_FALSE(client.disconnect().isError());
+    ASSERT_FALSE(client.resetRequired());
+    EXPECT_EQ(poll(), "");
+    EXPECT_EQ(stack.reconnects, 1) << "not what the host closed";
+}
+
+TEST_F(SubscriptionUnit, WhatTheHostDoesNotLearnOfQueuesLittleUntilItIsPolled) {
+    stack.itemResults = {itemResult(101), itemResult(0, bad)};
+    EXPECT_TRUE(create(2).isError());
+    for (const char* text : {"a", "b", "c"}) {
+        stack.change(101, text);
+    }
+    EXPECT_EQ(subscription()->getQueueLossCount(), 1U);
+    EXPECT_EQ(poll(), "[a | none] [b | none]");
+    for (const char* text : {"d", "e", "f"}) {
+        stack.change(101, text);
+    }
+    EXPECT_EQ(poll(), "[d | none] [e | none] [f | none]");
+}
+
+TEST_F(SubscriptionUnit, IntervalsThatAreNoNumbersAreRefused) {
+    for (const double wrong : {std::nan(""), std::numeric_limits<double>::infinity()}) {
+        stack.revisedInterval = wrong;
+        EXPECT_EQ(textOf(create(1)), "6, 10, The server's publishing interval is not a number");
+        EXPECT_EQ(subscription(), nullptr);
+        stack.revisedInterval = 500;
+        stack.itemResults = {itemResult(101), itemResult(102, 0, wrong)};
+        EXPECT_EQ(textOf(create(2)),
+                  "6, 10, The server's sampling interval is not a number (idx=1)");
+        ++stack.subscriptionId;
+    }
+    EXPECT_EQ(stack.deleteRequests, 2);
+}
+
+TEST(PublishPace, ClosesAfterRequestsThatBringNothingAndOpensWithTheTime) {
+    const struct {
+        double keepAlives;  ///< a second
+        std::uint64_t requests;
+        bool news;
+        std::int64_t later;
+        bool open, openLater;
+    } cases[] = {
+        {0, 19, false, 0, true, true},    {0, 20, false, 98, false, false},
+        {0, 20, false, 101, false, true}, {0, 120, false, 10000, false, false},
+        {0, 120, true, 0, true, true},    {45, 119, false, 1001, false, true},
+    };
+    for (const auto& c : cases) {
+        PublishPace pace;
+        pace.earn(1000000, c.keepAlives);
+        pace.spend(c.requests, c.news);
+        EXPECT_EQ(pace.open(), c.open);
+        pace.earn(1000000 + c.later, c.keepAlives);
+        EXPECT_EQ(pace.open(), c.openLater);
+    }
 }
 
 }  // namespace

@@ -101,6 +101,7 @@ void GuardedTransport::fillSlots() {
     sendWithConnection = [](UA_ConnectionManager* manager, std::uintptr_t id,
                             const UA_KeyValueMap* /*params*/, UA_ByteString* message) noexcept {
         GuardedTransport& guard = self(manager);
+        ++guard.sentMessages_;
         GuardedConnection* connection = guard.find(id);
         const UA_StatusCode status = connection == nullptr
                                          ? UA_StatusCode{UA_STATUSCODE_BADCONNECTIONCLOSED}

@@ -42,6 +42,9 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     void begin(Use use, UA_UInt32 timeout);
     void end();
 
+    /// Messages that the stack has sent, those included that it sends by itself while it is driven.
+    [[nodiscard]] std::uint64_t sentMessages() const { return sentMessages_; }
+
   private:
     GuardedTransport(UA_EventLoop& loop, UA_ConnectionManager& sockets);
     ~GuardedTransport() = default;
@@ -87,6 +90,7 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     std::vector<std::unique_ptr<GuardedConnection>> connections_;
     std::uintptr_t lastId_ = 0;
     Call call_;
+    std::uint64_t sentMessages_ = 0;
     bool lastRequestTimedOut_ = false;
     /// The addresses of the host that the current call connects to, the one that works first.
     std::string host_;

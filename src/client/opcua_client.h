@@ -4,11 +4,13 @@
 
 #include <chrono>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
 
 #include "client/bulk_read_req.h"
+#include "client/publish_pace.h"
 #include "convert/owned.h"
 #include "errors/uac_err.h"
 
@@ -116,11 +118,15 @@ class OpcuaClient {
     /// @param request  values asked for; on success overwritten with the server's revised ones
     UACErr createSubscription(unsigned int* id, const NodeIdArray& ids,
                               SubscriptionRequest& request);
-    /// Drives the stack once and turns queued notifications into lines.
-    /// @param timeout   bound of the event loop in milliseconds
+    /// Drives the stack until something is reported for any subscription, at most for the time
+    /// given, and turns queued notifications into lines. A signal that the host handles ends the
+    /// wait.
+    /// @param timeout   in milliseconds; 0 drives once without waiting
     /// @param maxLines  0 for no limit
     UACErr pollSubscription(VeltoList* out, unsigned int id, unsigned short timeout, int maxLines);
     UACErr deleteSubscription(unsigned int id);
+    /// @return the subscription that waits for the answer to that request, or null
+    [[nodiscard]] Subscription* subscriptionAwaiting(std::uint32_t requestId) const;
 
     /// The stack's client; null before set-up. Owned by this object.
     [[nodiscard]] UA_Client* stackClient() const { return client_.get(); }
@@ -147,6 +153,12 @@ class OpcuaClient {
     /// Tells the stack to report subscriptions that have gone silent.
     static void watchSubscriptions(UA_ClientConfig* config);
     void discardSubscriptions();
+    void driveFor(Subscription& polled, unsigned short timeout);
+    [[nodiscard]] bool driveOnce(std::int64_t timeout);
+    bool restoreConnection();
+    /// Reports of all subscriptions together, and the keep-alives that they expect in a second.
+    [[nodiscard]] std::uint64_t subscriptionReports() const;
+    [[nodiscard]] double keepAliveRate() const;
 
     void closeSession();
     UACErr closeBeforeConnect(const char* resetText);
@@ -186,6 +198,9 @@ class OpcuaClient {
     std::map<long, std::unique_ptr<BulkReadReq>> bulkReads_;
     long lastQueryHandle_ = 0;
     SubscriptionMap subscriptions_;
+    PublishPace pace_;
+    /// Time of PublishPace of the last attempt to restore the connection within a poll.
+    std::int64_t restoredAt_ = std::numeric_limits<std::int64_t>::min() / 2;
 };
 
 }  // namespace nimb

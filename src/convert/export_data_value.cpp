@@ -24,10 +24,15 @@ constexpr std::size_t kTimesRoom = 2 * kDateRoom + kStatusRoom;
     writeOdbcDate(time, items.appendItem(item_code::kUnicode, kOdbcDateBytes));
 }
 
+[[gnu::always_inline]] inline void writeTimes(ItemWriter& items, UA_DateTime sourceTime,
+                                              UA_DateTime serverTime, UA_StatusCode status) {
+    writeDate(items, sourceTime);
+    writeDate(items, serverTime);
+    items += static_cast<long long>(status);
+}
+
 [[gnu::always_inline]] inline void writeTimes(ItemWriter& items, const UA_DataValue& dataValue) {
-    writeDate(items, dataValue.sourceTimestamp);
-    writeDate(items, dataValue.serverTimestamp);
-    items += static_cast<long long>(dataValue.status);
+    writeTimes(items, dataValue.sourceTimestamp, dataValue.serverTimestamp, dataValue.status);
 }
 
 const UA_String& stringIn(const UA_Variant& value) {
@@ -86,6 +91,36 @@ void UACExport::addNestedDataValue(VeltoList* list, const UA_DataValue& dataValu
     }
     NestedList nested(*list);
     UA2CL_DataValue(list, &dataValue);
+    nested.close();
+}
+
+void UACExport::addValue(VeltoList* list, const UA_Variant& value) const {
+    if (const std::size_t room = shortRoom(*this, value); room != 0) {
+        ItemWriter items(*list, room);
+        writeShort(*this, items, value);
+        items.commit(1);
+        return;
+    }
+    UA2CL(list, UA_TYPES_VARIANT, &value);
+}
+
+void UACExport::addNestedDataValue(VeltoList* list, UA_DateTime sourceTime, UA_DateTime serverTime,
+                                   UA_StatusCode status,
+                                   std::span<const unsigned char> value) const {
+    if (dateMode == DATE_ODBC && ItemWriter::fits(kTimesRoom + value.size())) {
+        ItemWriter items(*list, ItemWriter::kHeaderBytes + kTimesRoom + value.size());
+        ItemWriter::Nested nested(items);
+        writeTimes(items, sourceTime, serverTime, status);
+        items.appendItems(value);
+        nested.close();
+        items.commit(1);
+        return;
+    }
+    NestedList nested(*list);
+    addDate(list, &sourceTime);
+    addDate(list, &serverTime);
+    *list += static_cast<long long>(status);
+    list->appendList({value.data(), value.size()});
     nested.close();
 }
 

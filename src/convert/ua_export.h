@@ -4,6 +4,7 @@
 #include <open62541/types_generated.h>
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "convert/owned.h"
@@ -88,6 +89,14 @@ class UACExport {
 
     /// Appends the items of UA2CL_DataValue as one nested list.
     void addNestedDataValue(VeltoList* list, const UA_DataValue& dataValue) const;
+
+    /// Appends the items that addNestedDataValue writes for the value alone; raises a UACErr for a
+    /// value that hosts have no form for, and may leave a part of it behind then.
+    void addValue(VeltoList* list, const UA_Variant& value) const;
+    /// Appends source time, server time, status and a value that addValue() wrote, as one nested
+    /// list: what addNestedDataValue writes with DATA_VALUE_WITH_TIMES.
+    void addNestedDataValue(VeltoList* list, UA_DateTime sourceTime, UA_DateTime serverTime,
+                            UA_StatusCode status, std::span<const unsigned char> value) const;
 
     /// Appends [value, source time] as one nested list where the value is a scalar number or a
     /// short text and dates are ODBC text; otherwise appends nothing and returns false.

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "errors/log_file.h"
+#include "errors/repeated_line.h"
 
 namespace nimb {
 
@@ -18,6 +19,8 @@ UA_Logger UAC_UA_Log_toFile = {UAC_UA_Log_toFile_log, nullptr, UAC_UA_Log_toFile
 UA_Logger UAC_UA_Log_silent = {nullptr, nullptr, UAC_UA_Log_toFile_clear};
 
 namespace {
+
+RepeatedLine repeatedLine;
 
 // open62541 1.4 numbers its levels 100 (trace) to 600 (fatal).
 const char* levelName(UA_LogLevel level) {
@@ -48,11 +51,13 @@ void UAC_UA_Log_toFile_log(void* context, UA_LogLevel level, UA_LogCategory cate
     if (tooLow || UAC_log_filename == nullptr) {
         return;
     }
-    char prefix[100];
+    char prefix[RepeatedLine::kHeadSize];
     std::snprintf(prefix, sizeof prefix, " * %s/%s\t", levelName(level), categoryName(category));
-    char message[1000] = {};
+    char message[RepeatedLine::kMessageSize] = {};
     std::vsnprintf(message, sizeof message, format, arguments);
-    UAC_WriteLogFile("%s %s", prefix, message);
+    repeatedLine.add(prefix, message, [](const char* head, const char* text) {
+        UAC_WriteLogFile("%s %s", head, text);
+    });
 }
 
 void UAC_UA_Log_toFile_clear(UA_Logger* /*logger*/) {}

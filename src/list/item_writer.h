@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <cstring>
+#include <span>
 
 #include "list/velto_list.h"
 
@@ -52,6 +54,12 @@ class ItemWriter {
 
     [[gnu::always_inline]] void appendIEEE64(double value) {
         std::memcpy(appendItem(item_code::kIeee, sizeof value), &value, sizeof value);
+    }
+
+    /// Appends items that were encoded before.
+    [[gnu::always_inline]] void appendItems(std::span<const unsigned char> encoded) {
+        assert(encoded.size() <= static_cast<std::size_t>(end_ - at_));
+        at_ = std::copy(encoded.begin(), encoded.end(), at_);
     }
 
     /// Where the payload of the next item will begin, for those whose length only writing tells.

@@ -3,22 +3,10 @@
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
-#include "list/nested_list.h"
 #include "subscription/stack_callbacks.h"
 #include "subscription/subscription.h"
 
 namespace nimb {
-
-namespace {
-
-constexpr int kMaxPerLine = 9999;  // notifications folded into one line
-
-void appendQueueState(VeltoList& statistics, const Subscription& subscription) {
-    statistics += static_cast<unsigned long>(subscription.getQueueSize());
-    statistics += static_cast<int>(subscription.getQueueLossCount());
-}
-
-}  // namespace
 
 void OpcuaClient::SubscriptionDeleter::operator()(Subscription* subscription) const {
     delete subscription;
@@ -38,6 +26,15 @@ void OpcuaClient::discardSubscriptions() {
 Subscription* OpcuaClient::getSubscription(unsigned int id) const {
     const auto entry = subscriptions_.find(id);
     return entry == subscriptions_.end() ? nullptr : entry->second.get();
+}
+
+Subscription* OpcuaClient::subscriptionAwaiting(std::uint32_t requestId) const {
+    for (const auto& [id, subscription] : subscriptions_) {
+        if (subscription->awaits(requestId)) {
+            return subscription.get();
+        }
+    }
+    return nullptr;
 }
 
 UACErr OpcuaClient::createSubscription(unsigned int* id, const NodeIdArray& ids,
@@ -62,44 +59,9 @@ UACErr OpcuaClient::createSubscription(unsigned int* id, const NodeIdArray& ids,
     }
     entry = std::move(created);
     *id = entry->id();
-    return entry->addMonitoredItemsOnServer(ids, request);
-}
-
-UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned short timeout,
-                                     int maxLines) {
-    if (UACErr error = checkUsable(); error.isError()) {
-        return error;
-    }
-    Subscription* subscription = getSubscription(id);
-    if (subscription == nullptr) {
-        return {UACERR_APPLICATION, APPERR_OTHER, "Subscription not found (handle=%d)",
-                static_cast<int>(id)};
-    }
-    UACErr error;
-    int lineCount = 0;
-    try {
-        VeltoList statistics;
-        statistics += subscription->getMaxQueueSize();
-        appendQueueState(statistics, *subscription);
-        {
-            const auto call = StackCall::drive(client_.get(), timeout);
-            UA_Client_run_iterate(client_.get(), timeout);
-        }
-        appendQueueState(statistics, *subscription);
-        VeltoList& lines = subscription->emptyLines();
-        lineCount = subscription->getNewOutputLines(&lines, maxLines, kMaxPerLine);
-        appendQueueState(statistics, *subscription);
-        *out += lineCount;
-        *out += lines;
-        *out += statistics;
-    } catch (const UACErr& raised) {
-        error = raised;
-    } catch (...) {
-        error = UACErr(UACERR_UNKNOWN, 10, "Error retrieving notifications");
-    }
-    if (lineCount == 0 && subscription->status() != Subscription::ACTIVE) {
-        return {UACERR_SERVER, 9, "Non-active subscription status (%s)",
-                Subscription::getStatusString(subscription->status()).c_str()};
+    UACErr error = entry->addMonitoredItemsOnServer(ids, request);
+    if (error.isError()) {
+        entry->boundUntilPolled();
     }
     return error;
 }

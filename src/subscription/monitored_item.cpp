@@ -1,23 +1,10 @@
 #include "subscription/monitored_item.h"
 
-#include <utility>
-
-#include "subscription/value_functions.h"
-
 namespace nimb {
 
-UA_DataValue takeOver(UA_DataValue* value) {
-    UA_DataValue taken = *value;
-    taken.value.storageType = UA_VARIANT_DATA;
-    value->value.storageType = UA_VARIANT_DATA_NODELETE;
-    return taken;
+bool UAC_Simple_DataValue_Equals(const ItemNotification& a, const ItemNotification& b) {
+    return a.sourceTimestamp == b.sourceTimestamp && a.serverTimestamp == b.serverTimestamp;
 }
-
-MonitoredItem::MonitoredItem(std::uint32_t monitoredItemId, int itemIndex, Processor itemProcessor)
-    : id_(monitoredItemId),
-      index_(itemIndex),
-      processor_(itemProcessor),
-      equals_(UAC_Simple_DataValue_Equals) {}
 
 UACErr MonitoredItem::error() const { return error_ == nullptr ? UACErr() : *error_; }
 
@@ -25,11 +12,13 @@ void MonitoredItem::replaceError(const UACErr& error) {
     error_ = error.isError() ? std::make_unique<const UACErr>(error) : nullptr;
 }
 
-bool MonitoredItem::set(UA_DataValue* value) {
-    if (equals_(value, lastValue_.get())) {
+bool MonitoredItem::set(const ItemNotification& change, std::span<const unsigned char> newValue) {
+    if (UAC_Simple_DataValue_Equals(change, last_)) {
         return false;
     }
-    std::swap(*lastValue_, *value);
+    last_ = change;
+    value = newValue;
+    changed = true;
     return true;
 }
 

@@ -1,43 +1,38 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
-#include "convert/owned.h"
 #include "errors/uac_err.h"
+#include "subscription/item_notification.h"
 
 namespace nimb {
 
-class UACExport;
-class VeltoList;
-
-/// Takes over what a data value owns and leaves it marked as not to be freed, so that its holder
-/// may still clear it. Nothing is copied deep. The caller puts the answer into an owner at once.
-[[nodiscard]] UA_DataValue takeOver(UA_DataValue* value);
+/// True when both times agree, whatever the values: a source that stamps its values gives each
+/// change a time of its own.
+[[nodiscard]] bool UAC_Simple_DataValue_Equals(const ItemNotification& a,
+                                               const ItemNotification& b);
 
 /// One node that a subscription follows. Small and without what is rarely there, an error, because
 /// every change brings its item in from memory.
 class MonitoredItem {
   public:
-    using Processor = UACErr (*)(VeltoList* output, const UA_DataValue* value,
-                                 const UACExport* options);
-    using Equals = bool (*)(const UA_DataValue* a, const UA_DataValue* b);
-
     /// @param monitoredItemId  the server's id
     /// @param itemIndex        1-based position of the node in the request
-    MonitoredItem(std::uint32_t monitoredItemId, int itemIndex, Processor itemProcessor);
+    MonitoredItem(std::uint32_t monitoredItemId, int itemIndex)
+        : id_(monitoredItemId), index_(itemIndex) {}
 
-    /// Takes a value over as the latest one and gives the one before in exchange, unless it repeats
-    /// that one.
-    /// @param value  owned by the caller, before and after
+    /// Takes a change as the latest one, unless it repeats that one.
+    /// @param newValue  the items of its value, which stay where they are until the line is written
     /// @return whether it was taken
-    bool set(UA_DataValue* value);
+    bool set(const ItemNotification& change, std::span<const unsigned char> newValue);
 
     [[nodiscard]] std::uint32_t id() const { return id_; }
     [[nodiscard]] int index() const { return index_; }
-    [[nodiscard]] Processor processor() const { return processor_; }
-    /// The latest value accepted for the host; zero until there is one.
-    [[nodiscard]] const UA_DataValue& lastValue() const { return *lastValue_; }
+    /// The times and status of the latest value accepted for the host; zero until there is one.
+    [[nodiscard]] const ItemNotification& last() const { return last_; }
 
     /// What went wrong at creation or with the latest notification.
     [[nodiscard]] UACErr error() const;
@@ -47,6 +42,13 @@ class MonitoredItem {
             replaceError(error);
         }
     }
+
+    /// A change was taken since the last line was written; its value.
+    bool changed = false;
+    std::span<const unsigned char> value;
+    /// Where the item stands in the last line; length 0 before the first one.
+    std::size_t lineBegin = 0;
+    std::size_t lineLength = 0;
 
     /// Status of the creation, later of the latest notified value.
     UA_StatusCode lastStatus = UA_STATUSCODE_GOOD;
@@ -60,10 +62,8 @@ class MonitoredItem {
 
     std::uint32_t id_;
     int index_;
-    Processor processor_;
-    Equals equals_;
     std::unique_ptr<const UACErr> error_;
-    OwnedDataValue lastValue_;
+    ItemNotification last_;
 };
 
 }  // namespace nimb

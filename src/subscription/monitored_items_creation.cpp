@@ -1,6 +1,7 @@
 #include <open62541/client_subscriptions.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <new>
 
@@ -9,7 +10,6 @@
 #include "client/stack_call.h"
 #include "subscription/stack_callbacks.h"
 #include "subscription/subscription.h"
-#include "subscription/value_functions.h"
 
 namespace nimb {
 
@@ -39,15 +39,20 @@ std::vector<UA_MonitoredItemCreateRequest> itemRequests(const NodeIdArray& ids,
 }
 
 // Values of the first result widened over the others.
-void takeRevised(const UA_CreateMonitoredItemsResponse& response, SubscriptionRequest& request) {
+UACErr takeRevised(const UA_CreateMonitoredItemsResponse& response, SubscriptionRequest& request) {
     request.samplingInterval = response.results[0].revisedSamplingInterval;
     request.itemQueueSize = response.results[0].revisedQueueSize;
-    for (std::size_t i = 1; i < response.resultsSize; ++i) {
+    for (std::size_t i = 0; i < response.resultsSize; ++i) {
         const UA_MonitoredItemCreateResult& result = response.results[i];
+        if (!std::isfinite(result.revisedSamplingInterval)) {
+            return {UACERR_SERVER, 10, "The server's sampling interval is not a number (idx=%d)",
+                    static_cast<int>(i)};
+        }
         request.samplingInterval =
             std::max(request.samplingInterval, result.revisedSamplingInterval);
         request.itemQueueSize = std::min(request.itemQueueSize, result.revisedQueueSize);
     }
+    return {};
 }
 
 CreateItemsResponse createItems(OpcuaClient* client, std::uint32_t subscriptionId,
@@ -89,7 +94,7 @@ UACErr Subscription::addMonitoredItemsOnServer(const NodeIdArray& ids,
         const CreateItemsResponse response = createItems(client_, subscriptionId_, ids, request);
         error = fileItems(*response, ids.size());
         if (!error.isError()) {
-            takeRevised(*response, request);
+            error = takeRevised(*response, request);
         }
     } catch (const UACErr& raised) {
         error = raised;
@@ -148,7 +153,7 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
                      static_cast<int>(results), static_cast<int>(count), static_cast<int>(sameId),
                      0);  // indexes run on from item to item and are never taken
     }
-    MonitoredItem& item = items_.emplace_back(monitoredItemId, index, UAC_TestDataValueProcessor);
+    MonitoredItem& item = items_.emplace_back(monitoredItemId, index);
     try {
         positionsById_.emplace(monitoredItemId, position);
         return item;
@@ -157,15 +162,6 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
         throw UACErr(UACERR_CLIENT, 10,
                      "Unexpected bad item index record consistency error (%d,%d)",
                      static_cast<int>(monitoredItemId), index);
-    }
-}
-
-void Subscription::processWaiting() {
-    itemsKnown_ = true;
-    for (ItemNotification& notification : notificationQueue_) {
-        if (!notification.processed()) {
-            static_cast<void>(notification.process());
-        }
     }
 }
 

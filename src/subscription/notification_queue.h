@@ -1,55 +1,66 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
+#include <span>
 #include <vector>
 
+#include "list/velto_list.h"
 #include "subscription/item_notification.h"
 
 namespace nimb {
 
-/// The changes that wait for the host, oldest first, in one buffer: a change costs no allocation of
-/// its own. References hold until the next push() or pop().
+/// The changes that wait for the host, oldest first, in blocks: a change costs no allocation of its
+/// own, and what has been handed out is given back block by block. References to changes and their
+/// bytes hold until release().
 class NotificationQueue {
   public:
-    [[nodiscard]] bool empty() const { return size() == 0; }
-    [[nodiscard]] std::size_t size() const { return notifications_.size() - first_; }
-    [[nodiscard]] ItemNotification& front() { return notifications_[first_]; }
-    auto begin() { return notifications_.begin() + static_cast<std::ptrdiff_t>(first_); }
-    auto end() { return notifications_.end(); }
-
-    /// Takes the value over. Throws std::bad_alloc, and the value then stays the caller's.
-    ItemNotification& push(Subscription* subscription, std::uint32_t monitoredItemId,
-                           UA_DataValue* value) {
-        return notifications_.emplace_back(subscription, monitoredItemId, value);
+    [[nodiscard]] bool empty() const { return size_ == 0; }
+    [[nodiscard]] std::size_t size() const { return size_; }
+    /// The oldest change. Only while the queue is not empty.
+    [[nodiscard]] ItemNotification& front() { return blocks_[frontBlock_].changes[front_]; }
+    /// The items of the oldest change's value.
+    [[nodiscard]] std::span<const unsigned char> frontValue() {
+        return {blocks_[frontBlock_].bytes.data() + front().begin, front().length};
     }
 
-    /// Removes the front and releases what it owns. Its place is used again once the queue has been
-    /// used up, or once more places are empty than taken.
-    void pop() {
-        front().discard();
-        ++first_;
-        if (first_ == notifications_.size()) {
-            clear();
-        } else if (first_ > kKeptCapacity && first_ > size()) {
-            notifications_.erase(notifications_.begin(), begin());
-            first_ = 0;
+    /// Where the value of the next change is to be written, at the end. Throws std::bad_alloc.
+    VeltoList& nextValue();
+    /// Appends a change whose value begins at `begin` of nextValue() and ends at its end.
+    /// Throws std::bad_alloc; the change is not queued then.
+    ItemNotification& push(std::size_t begin, const ItemNotification& change);
+
+    /// Steps over the front, which stays where it is until release().
+    void pop();
+    /// Gives back the memory of what was stepped over.
+    void release();
+
+    template <typename Work>
+    void forEach(Work work) {
+        for (std::size_t block = frontBlock_; block < blocks_.size(); ++block) {
+            std::vector<ItemNotification>& changes = blocks_[block].changes;
+            for (std::size_t i = block == frontBlock_ ? front_ : 0; i < changes.size(); ++i) {
+                work(changes[i]);
+            }
         }
     }
 
   private:
-    /// Entries whose memory is kept for the next changes, about 100 bytes each.
-    static constexpr std::size_t kKeptCapacity = 1024;
+    struct Block {
+        std::vector<ItemNotification> changes;
+        VeltoList bytes;
 
-    void clear() {
-        notifications_.clear();
-        if (notifications_.capacity() > kKeptCapacity) {
-            notifications_.shrink_to_fit();
+        [[nodiscard]] bool full() const {
+            return changes.size() >= kBlockChanges || bytes.datalength() >= kBlockBytes;
         }
-        first_ = 0;
-    }
+    };
+    static constexpr std::size_t kBlockChanges = 256;
+    static constexpr std::size_t kBlockBytes = std::size_t{64} << 10;
 
-    std::vector<ItemNotification> notifications_;
-    std::size_t first_ = 0;
+    std::deque<Block> blocks_;
+    std::size_t frontBlock_ = 0;
+    std::size_t front_ = 0;  ///< in the front block
+    std::size_t size_ = 0;
 };
 
 }  // namespace nimb

@@ -2,7 +2,6 @@
 
 #include "client/opcua_client.h"
 #include "errors/log_file.h"
-#include "subscription/item_notification.h"
 #include "subscription/monitored_item.h"
 #include "subscription/subscription.h"
 
@@ -42,12 +41,10 @@ void UAC_DataChangeNotificationCallback(UA_Client* /*stack*/, UA_UInt32 subscrip
         return;
     }
     try {
-        ItemNotification* notification = subscription->queue(value, monitoredItemId);
-        if (notification != nullptr && subscription->itemsKnown()) {
-            static_cast<void>(notification->process());  // the item remembers the error
-        }
+        static const UA_DataValue none{};
+        subscription->queue(value == nullptr ? none : *value, monitoredItemId);
     } catch (...) {
-        // Out of memory: the change is not queued and the stack frees it.
+        // Out of memory: the change is not queued.
         UAC_WriteLogFile("Subscription %u: a change of item %u was lost, memory is exhausted",
                          subscriptionId, monitoredItemId);
     }
@@ -66,8 +63,20 @@ void UAC_DeleteMonitoredItemCallback(UA_Client* /*stack*/, UA_UInt32 subscriptio
 
 void UAC_SubscriptionInactivityCallback(UA_Client* /*stack*/, UA_UInt32 subscriptionId,
                                         void* context) noexcept {
-    if (const Subscription* subscription = find(context, subscriptionId)) {
-        subscription->logSilence();
+    if (Subscription* subscription = find(context, subscriptionId)) {
+        subscription->silent();
+    }
+}
+
+void UAC_SubscriptionAnswerCallback(UA_Client* /*stack*/, void* context, UA_UInt32 requestId,
+                                    void* response) noexcept {
+    auto* client = static_cast<OpcuaClient*>(context);
+    Subscription* subscription =
+        client == nullptr ? nullptr : client->subscriptionAwaiting(requestId);
+    // Every response begins with its header.
+    const auto* header = static_cast<const UA_ResponseHeader*>(response);
+    if (subscription != nullptr && subscription->answered(header->serviceResult)) {
+        client->setResetRequired(true);
     }
 }
 

@@ -22,6 +22,9 @@ void UAC_DeleteMonitoredItemCallback(UA_Client* stack, UA_UInt32 subscriptionId,
 /// A subscription from which nothing has come for its keep-alive time and the request timeout.
 void UAC_SubscriptionInactivityCallback(UA_Client* stack, UA_UInt32 subscriptionId,
                                         void* context) noexcept;
+/// The server's answer to the question whether it still has a subscription.
+void UAC_SubscriptionAnswerCallback(UA_Client* stack, void* context, UA_UInt32 requestId,
+                                    void* response) noexcept;
 /// @}
 
 }  // namespace nimb

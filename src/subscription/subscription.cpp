@@ -2,13 +2,13 @@
 
 #include <open62541/client_subscriptions.h>
 
-#include <ctime>
-#include <initializer_list>
+#include <cmath>
 
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
 #include "convert/result_exporter.h"
 #include "errors/log_file.h"
+#include "subscription/clock.h"
 #include "subscription/stack_callbacks.h"
 
 namespace nimb {
@@ -27,13 +27,6 @@ UA_CreateSubscriptionRequest stackRequest(const SubscriptionRequest& request) {
     return result;
 }
 
-// The coarse clock, exact to a few milliseconds: it is read for every change that arrives.
-std::int64_t milliseconds() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
 UA_StatusCode firstResult(const UA_DeleteSubscriptionsResponse& response) {
     if (response.resultsSize != 0) {
         return response.results[0];
@@ -48,7 +41,7 @@ Subscription::Subscription(OpcuaClient* client, int maxQueueSize)
     : client_(client),
       maxQueueSize_(maxQueueSize),
       exportOptions_(resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES)),
-      lastChange_(milliseconds()) {}
+      lastChange_(coarseMilliseconds()) {}
 
 Subscription::~Subscription() {
     const UAC_SUBSCRIPTION_STATUS status = status_;
@@ -87,11 +80,14 @@ UACErr Subscription::createSubscriptionOnServer(SubscriptionRequest& request) {
                 "Unable to create subscription. Call failed."};
     }
     subscriptionId_ = response->subscriptionId;
+    status_ = ACTIVE;
+    if (!std::isfinite(response->revisedPublishingInterval)) {
+        return {UACERR_SERVER, 10, "The server's publishing interval is not a number"};
+    }
     request.publishingInterval = response->revisedPublishingInterval;
     request.lifetimeCount = response->revisedLifetimeCount;
     request.keepAliveCount = response->revisedMaxKeepAliveCount;
     keepAliveTime_ = request.publishingInterval * request.keepAliveCount;
-    status_ = ACTIVE;
     return {};
 }
 
@@ -120,45 +116,8 @@ UACErr Subscription::deleteOnServer() {
     return {};
 }
 
-ItemNotification* Subscription::queue(UA_DataValue* value, std::uint32_t monitoredItemId) {
-    const std::lock_guard<std::mutex> lock(queueMutex_);
-    lastChange_ = milliseconds();
-    const auto bound = static_cast<std::uint64_t>(static_cast<std::int64_t>(maxQueueSize_));
-    if (maxQueueSize_ != 0 && notificationQueue_.size() >= bound) {
-        ++queueLossCount_;
-        if (MonitoredItem* item = itemById(monitoredItemId)) {
-            ++item->lossCount;
-        } else {
-            ++unknownItemLossCount_;
-        }
-        return nullptr;
-    }
-    return &notificationQueue_.push(this, monitoredItemId, value);
-}
-
-// Servers report the items in the order of their creation or, as open62541 1.4 does, in the reverse
-// one: before the map, the neighbours of the item found last are asked.
-MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) {
-    for (const std::size_t position : {lastFound_ + 1, lastFound_ - 1}) {
-        if (position < items_.size() && items_[position].id() == monitoredItemId) {
-            lastFound_ = position;
-            return &items_[position];
-        }
-    }
-    const auto entry = positionsById_.find(monitoredItemId);
-    if (entry == positionsById_.end()) {
-        return nullptr;
-    }
-    lastFound_ = entry->second;
-    return &items_[lastFound_];
-}
-
-VeltoList* Subscription::emptyScratch() {
-    scratch_.Reset();
-    return &scratch_;
-}
-
 void Subscription::serverStatusChanged(UA_StatusCode status) {
+    ++reports_;
     const bool good = status == UA_STATUSCODE_GOOD;
     if (status_ == ACTIVE && !good) {
         status_ = SERVER_ERROR;
@@ -168,19 +127,12 @@ void Subscription::serverStatusChanged(UA_StatusCode status) {
 }
 
 bool Subscription::serverDeleted() {
+    ++reports_;
     if (status_ == DEACTIVATED || status_ == SERVER_DELETED) {
         return false;
     }
     status_ = SERVER_DELETED;
     return true;
-}
-
-void Subscription::logSilence() const {
-    const double silence = keepAliveTime_ + UA_Client_getConfig(client_->stackClient())->timeout;
-    UAC_WriteLogFile(
-        "Subscription %u is silent: nothing from the server, not even a keep-alive, "
-        "for more than %.0f ms; last change %ld ms ago",
-        subscriptionId_, silence, static_cast<long>(milliseconds() - lastChange_));
 }
 
 std::string Subscription::getStatusString(UAC_SUBSCRIPTION_STATUS status) {

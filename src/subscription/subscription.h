@@ -48,17 +48,16 @@ class Subscription {
     UACErr addMonitoredItemsOnServer(const NodeIdArray& ids, SubscriptionRequest& request);
     UACErr deleteOnServer();
 
-    /// Queues a change and takes its value over.
-    /// @return the queued notification, owned by the queue; null when the queue is full, and then
-    ///         the value stays the caller's and the loss is counted
-    /// @throws std::bad_alloc  the value then stays the caller's
-    ItemNotification* queue(UA_DataValue* value, std::uint32_t monitoredItemId);
+    /// Queues a change, its value converted to the items of a line. A value that hosts have no
+    /// form for is queued as failed. What comes before the items are known waits unprocessed. A
+    /// full queue counts the loss instead.
+    /// @throws std::bad_alloc  nothing is queued then
+    void queue(const UA_DataValue& value, std::uint32_t monitoredItemId);
+    /// From a creation that failed, whose subscription the host does not learn of: until it is
+    /// polled all the same, only about one change an item is queued.
+    void boundUntilPolled() { polled_ = false; }
+    void setPolled() { polled_ = true; }
 
-    /// The lines made at this poll; the buffer is kept for the next one.
-    VeltoList& emptyLines() {
-        lines_.Reset();
-        return lines_;
-    }
     /// Appends lines until the queue is used up, or `maxLines` when that is not 0.
     /// @param maxPerLine  most notifications folded into one line
     /// @return number of lines
@@ -72,9 +71,32 @@ class Subscription {
     void serverStatusChanged(UA_StatusCode status);
     /// @return true when the status changed
     bool serverDeleted();
-    /// Writes to the log for how long nothing has come: at least the keep-alive time and the
-    /// request timeout, which the stack waits for before it reports.
-    void logSilence() const;
+    /// Nothing has come for at least the keep-alive time and the request timeout, which the stack
+    /// waits for before it reports: told in the log, and the server is to be asked.
+    void silent();
+    /// Counts all that the stack reports, so that a poll sees that something came.
+    [[nodiscard]] std::uint64_t reports() const { return reports_; }
+
+    /// @name Whether the server still has it
+    /// @{
+
+    /// The server is to be asked at the next occasion.
+    void suspect() { suspected_ = true; }
+    /// Sends the question unless there is nothing to ask or the last one was not long ago. The
+    /// answer comes while the stack is driven.
+    /// @return whether it was sent
+    bool askServer();
+    [[nodiscard]] bool awaits(std::uint32_t requestId) const {
+        return asking_ && question_ == requestId;
+    }
+    /// @return true when the subscription turned out to be gone
+    bool answered(UA_StatusCode answer);
+    /// @}
+
+    /// Keep-alives that the server sends in a second.
+    [[nodiscard]] double keepAliveRate() const {
+        return keepAliveTime_ > 0 ? 1000 / keepAliveTime_ : 0;
+    }
 
     /// Keeps the destructor from asking the server to delete what ends with the session.
     void endWithSession() { status_ = SERVER_DELETED; }
@@ -90,21 +112,20 @@ class Subscription {
 
     /// @return the item, owned by this object, or null
     [[nodiscard]] MonitoredItem* itemById(std::uint32_t monitoredItemId);
-    /// False while the items are being created: the first values can arrive before the stack has
-    /// told their ids. They wait in the queue unprocessed until then.
-    [[nodiscard]] bool itemsKnown() const { return itemsKnown_; }
-
-    [[nodiscard]] const UACExport& exportOptions() const { return exportOptions_; }
-    /// An empty list for one conversion; its buffer is kept.
-    VeltoList* emptyScratch();
 
   private:
     UACErr fileItems(const UA_CreateMonitoredItemsResponse& response, std::size_t count);
     MonitoredItem& fileItem(std::uint32_t monitoredItemId, std::size_t position,
                             std::size_t results, std::size_t count);
+    [[nodiscard]] bool full() const;
+    UACErr convert(VeltoList& out, const UA_DataValue& value) const;
+    void countLoss(std::uint32_t monitoredItemId);
+    /// Finds the notification's item, which remembers the status and the outcome of the conversion.
+    void process(ItemNotification& notification, const UACErr& outcome) noexcept;
     void processWaiting();
-    bool takeInFront(std::vector<bool>& seen);
-    void appendLastValues(VeltoList* out) const;
+    bool takeInFront();
+    void writeLine();
+    [[nodiscard]] double silenceBound() const;
 
     std::uint32_t subscriptionId_ = 0;
     OpcuaClient* client_;
@@ -112,17 +133,28 @@ class Subscription {
     std::map<std::uint32_t, std::size_t> positionsById_;  ///< in items_
     std::size_t lastFound_ = 0;                           ///< position in items_
     NotificationQueue notificationQueue_;
-    std::mutex queueMutex_;  ///< guards the queue and the loss counters against pushes
+    /// Taken around every push. Nothing contends for it: polls take from the queue without it, on
+    /// the host's thread, on which the stack's callbacks run too.
+    std::mutex queueMutex_;
     int maxQueueSize_;
     std::uint32_t unknownItemLossCount_ = 0;
     std::uint32_t queueLossCount_ = 0;
     UAC_SUBSCRIPTION_STATUS status_ = UNINITIALIZED;
     UACExport exportOptions_;
+    /// False while the items are being created: the first values can arrive before the stack has
+    /// told their ids.
     bool itemsKnown_ = true;
+    bool polled_ = true;        ///< false: created in vain, and not polled since
     double keepAliveTime_ = 0;  ///< milliseconds between signs of life from the server
     std::int64_t lastChange_;   ///< milliseconds of a clock that only goes forward
-    VeltoList scratch_;
-    VeltoList lines_;
+    std::uint64_t reports_ = 0;
+    bool suspected_ = false;
+    bool asking_ = false;
+    std::uint32_t question_ = 0;     ///< the stack's id of the request that asks
+    std::int64_t askedAgainAt_ = 0;  ///< not before
+    VeltoList line_;                 ///< the last one, from which the next copies
+    VeltoList nextLine_;
+    std::vector<bool> seen_;  ///< by item index: in the line that is being taken in
 };
 
 }  // namespace nimb

@@ -1,0 +1,157 @@
+#include <open62541/client.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+
+#include "client/guarded_transport.h"
+#include "client/opcua_client.h"
+#include "client/stack_call.h"
+#include "list/nested_list.h"
+#include "subscription/subscription.h"
+
+namespace nimb {
+
+namespace {
+
+constexpr int kMaxPerLine = 9999;  // notifications folded into one line
+
+// Milliseconds.
+constexpr std::int64_t kPause = 100;      // between two looks at the pace
+constexpr std::int64_t kShortPause = 10;  // while there is no connection
+constexpr std::int64_t kRestoreEvery = 1000;
+
+std::int64_t milliseconds() {
+    using namespace std::chrono;
+    return duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+// False when a signal ended it.
+bool pauseFor(std::int64_t time) {
+    const timespec duration{time / 1000, time % 1000 * 1000000};
+    return time <= 0 || clock_nanosleep(CLOCK_MONOTONIC, 0, &duration, nullptr) != EINTR;
+}
+
+void appendQueueState(VeltoList& statistics, const Subscription& subscription) {
+    statistics += static_cast<unsigned long>(subscription.getQueueSize());
+    statistics += static_cast<int>(subscription.getQueueLossCount());
+}
+
+// Appends the count of the lines and the lines.
+int appendLines(VeltoList& out, Subscription& subscription, int maxLines) {
+    const std::size_t begin = out.datalength();
+    NestedList lines(out);
+    const int count = subscription.getNewOutputLines(&out, maxLines, kMaxPerLine);
+    lines.close();
+    out.stuff(begin, count);
+    return count;
+}
+
+}  // namespace
+
+std::uint64_t OpcuaClient::subscriptionReports() const {
+    std::uint64_t reports = 0;
+    for (const auto& [id, subscription] : subscriptions_) {
+        reports += subscription->reports();
+    }
+    return reports;
+}
+
+double OpcuaClient::keepAliveRate() const {
+    double rate = 0;
+    for (const auto& [id, subscription] : subscriptions_) {
+        rate += subscription->keepAliveRate();
+    }
+    return rate;
+}
+
+// After a send that failed, as to a server that restarted while values moved, open62541 1.4 does
+// not connect again by itself. With a new connection it takes the session up again, and where the
+// server has no such session it reports the subscriptions as deleted.
+bool OpcuaClient::restoreConnection() {
+    UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
+    UA_Client_getState(client_.get(), &channel, nullptr, nullptr);
+    const std::int64_t now = milliseconds();
+    if (!sessionMayBeUsed() || channel != UA_SECURECHANNELSTATE_CLOSED ||
+        now - restoredAt_ < kRestoreEvery) {
+        return false;
+    }
+    restoredAt_ = now;
+    return __UA_Client_connect(client_.get(), true) == UA_STATUSCODE_GOOD;
+}
+
+// False when a signal ended the wait.
+bool OpcuaClient::driveOnce(std::int64_t timeout) {
+    const GuardedTransport* transport = GuardedTransport::of(client_.get());
+    const std::uint64_t sent = transport->sentMessages();
+    const std::uint64_t reports = subscriptionReports();
+    errno = 0;
+    const UA_StatusCode status =
+        UA_Client_run_iterate(client_.get(), static_cast<UA_UInt32>(timeout));
+    const bool interrupted = errno == EINTR;
+    pace_.spend(transport->sentMessages() - sent, subscriptionReports() != reports);
+    if (!pace_.open()) {
+        for (const auto& [id, subscription] : subscriptions_) {
+            subscription->suspect();
+        }
+    }
+    if (interrupted) {
+        return false;
+    }
+    return status == UA_STATUSCODE_GOOD || restoreConnection() ||
+           pauseFor(std::min(timeout, kShortPause));
+}
+
+void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
+    const std::uint64_t reports = subscriptionReports();
+    std::int64_t now = milliseconds();
+    const std::int64_t end = now + timeout;
+    bool undisturbed = true;
+    do {
+        const auto call = StackCall::drive(client_.get(), static_cast<UA_UInt32>(end - now));
+        pace_.earn(now, keepAliveRate());
+        if (polled.askServer()) {
+            pace_.allowBurst();
+        }
+        undisturbed = pace_.open() ? driveOnce(end - now) : pauseFor(std::min(end - now, kPause));
+        now = milliseconds();
+    } while (now < end && undisturbed && polled.getQueueSize() == 0 &&
+             subscriptionReports() == reports);
+}
+
+UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned short timeout,
+                                     int maxLines) {
+    if (UACErr error = checkUsable(); error.isError()) {
+        return error;
+    }
+    Subscription* subscription = getSubscription(id);
+    if (subscription == nullptr) {
+        return {UACERR_APPLICATION, APPERR_OTHER, "Subscription not found (handle=%d)",
+                static_cast<int>(id)};
+    }
+    subscription->setPolled();
+    UACErr error;
+    int lineCount = 0;
+    try {
+        VeltoList statistics;
+        statistics += subscription->getMaxQueueSize();
+        appendQueueState(statistics, *subscription);
+        driveFor(*subscription, timeout);
+        appendQueueState(statistics, *subscription);
+        lineCount = appendLines(*out, *subscription, maxLines);
+        appendQueueState(statistics, *subscription);
+        *out += statistics;
+    } catch (const UACErr& raised) {
+        error = raised;
+    } catch (...) {
+        error = UACErr(UACERR_UNKNOWN, 10, "Error retrieving notifications");
+    }
+    if (lineCount == 0 && subscription->status() != Subscription::ACTIVE) {
+        return {UACERR_SERVER, 9, "Non-active subscription status (%s)",
+                Subscription::getStatusString(subscription->status()).c_str()};
+    }
+    return error;
+}
+
+}  // namespace nimb

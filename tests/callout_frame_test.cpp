@@ -147,12 +147,12 @@ TEST(CalloutArguments, BehindTheStatedLengthAreNotThere) {
     std::memcpy(in->data, stale.data(), stale.datalength());
     for (const auto& [entry, tag] : kTags) {
         in->length = 0;
-        EXPECT_EQ(host.library().callRaw(entry, *out, *in), 0);
+        EXPECT_EQ(host.library().callRaw(entry, out.get(), in.get()), 0);
         const Result result(std::vector(out->data, out->data + out->length));
         EXPECT_EQ(result.text(), failure(7, 10, std::string("Unknown Error : ") + tag)) << entry;
     }
     in->length = 3;  // the first item alone: the second position is one past the last
-    host.library().callRaw("zfGetUStr", *out, *in);
+    host.library().callRaw("zfGetUStr", out.get(), in.get());
     EXPECT_EQ(Result(std::vector(out->data, out->data + out->length)).text(),
               failure(7, 10, "Unknown Error : [B9]"));
 }
@@ -168,13 +168,13 @@ TEST(CalloutArguments, ThatClaimMoreThanTheInputHasAreRefused) {
     std::memcpy(in->data, text, sizeof text);
     for (std::size_t length = 1; length < sizeof text; ++length) {
         in->length = static_cast<std::uint16_t>(length);
-        host.library().callRaw("zfSetLogFile", *out, *in);
+        host.library().callRaw("zfSetLogFile", out, in);
         EXPECT_EQ(Result(std::vector(out->data, out->data + out->length)).text(),
                   failure(7, 10, "Unknown Error : [B25]"))
             << length;
     }
     in->length = 40000;  // more than a counted string can hold
-    host.library().callRaw("zfSetLogFile", *out, *in);
+    host.library().callRaw("zfSetLogFile", out, in);
     EXPECT_EQ(Result(std::vector(out->data, out->data + out->length)).text(),
               failure(7, 10, "Unknown Error : [B25]"));
 }

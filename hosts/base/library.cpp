@@ -160,9 +160,9 @@ std::optional<std::vector<unsigned char>> Library::call(std::string_view entry,
     return takeResult();
 }
 
-int Library::callRaw(std::string_view entry, nimb_string& out, const nimb_string& in) {
+int Library::callRaw(std::string_view entry, void* out, const void* in) {
     const Turn turn;
-    return functionOf<int (*)(nimb_string*, const nimb_string*)>(row(entry, "Bb"))(&out, &in);
+    return functionOf<int (*)(void*, const void*)>(row(entry, "Bb"))(out, in);
 }
 
 int Library::callInteger(std::string_view entry) {

@@ -62,8 +62,9 @@ class Library {
                                                    const VeltoROList& arguments) {
         return call(entry, std::span(arguments.data(), arguments.datalength()));
     }
-    /// Calls a "Bb" entry with the very buffers given and returns what the entry returned.
-    int callRaw(std::string_view entry, nimb_string& out, const nimb_string& in);
+    /// Calls a "Bb" entry with the very buffers given, laid out as nimb_string at any address, and
+    /// returns what the entry returned.
+    int callRaw(std::string_view entry, void* out, const void* in);
 
     /// Calls a "P" entry and returns the number it wrote. Throws CallError.
     int callInteger(std::string_view entry);

@@ -1,0 +1,45 @@
+#include "sqlite/feed.h"
+
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+
+namespace nimb::sqlite {
+
+namespace {
+
+constexpr int kWait = 300;  // ms; the first values take one publishing interval
+// What one statement takes in, and what is kept for one that never says what is safe. Beyond it the
+// library's queue fills, which counts what it drops.
+constexpr std::size_t kMostAtOnce = 50000;
+constexpr std::size_t kMostKept = 500000;
+
+std::int64_t lastNumber = 0;  // of the process; the gate guards it
+
+std::int64_t microsecondsOfDayAndYear() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+}  // namespace
+
+std::vector<Feed::Row> Feed::take(std::int64_t after) {
+    while (!kept_.empty() && kept_.front()->seq <= after) kept_.pop_front();
+    lastNumber = std::max({lastNumber, after, microsecondsOfDayAndYear()});
+    if (kept_.size() < kMostKept) {
+        std::vector<host::Change> changes;
+        try {
+            follower_.poll(kept_.empty() ? kWait : 0, kMostAtOnce, changes);
+        } catch (const host::Failure& failure) {
+            if (changes.empty()) throw std::runtime_error(url_ + ": " + failure.what());
+        }
+        for (host::Change& change : changes) {
+            kept_.push_back(
+                std::make_shared<NumberedChange>(NumberedChange{++lastNumber, std::move(change)}));
+        }
+    }
+    return {kept_.begin(), kept_.end()};
+}
+
+}  // namespace nimb::sqlite

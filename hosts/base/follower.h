@@ -40,6 +40,9 @@ class Follower {
     /// Throws as Connection::reading, and Failure for a node that cannot be followed.
     void poll(int wait, std::size_t most, std::vector<Change>& changes);
 
+    /// Closes the session, and with it the subscriptions.
+    void close() noexcept { connection_.close(); }
+
   private:
     /// A subscription to some nodes that stand behind each other.
     struct Part {

@@ -20,7 +20,7 @@ struct NumberedChange {
 ///
 /// Numbers rise over all tables of the process and, being begun at the time of day in microseconds,
 /// over its restarts too: what was recorded before is always below what comes.
-class Feed {
+class Feed : public Closable {
   public:
     using Row = std::shared_ptr<const NumberedChange>;
 
@@ -29,6 +29,8 @@ class Feed {
           infos_(std::move(infos)),
           nodes_(nodes),
           follower_(library, std::move(plant), std::move(nodes)) {}
+
+    void close() noexcept override { follower_.close(); }
 
     /// Forgets the changes up to `after`, collects what has arrived and returns all that are kept.
     /// Waits a moment when there are none.

@@ -18,6 +18,7 @@ struct Process {
     std::recursive_mutex mutex;
     std::atomic<int> inside = 0;
     std::vector<std::weak_ptr<Session>> sessions;
+    std::vector<std::weak_ptr<Closable>> closables;
     pid_t id = getpid();
 };
 
@@ -32,8 +33,8 @@ void closeSessions() {
     if (getpid() != all.id || all.inside != 0 || host::Library::callUnderWay()) {
         return;
     }
-    for (const auto& weak : all.sessions) {
-        if (const auto session = weak.lock()) session->connection.close();
+    for (const auto& weak : all.closables) {
+        if (const auto closable = weak.lock()) closable->close();
     }
 }
 
@@ -69,6 +70,12 @@ host::Library& library() {
     return *loaded;
 }
 
+void closeAtExit(std::weak_ptr<Closable> closable) {
+    auto& closables = process().closables;
+    std::erase_if(closables, [](const auto& weak) { return weak.expired(); });
+    closables.push_back(std::move(closable));
+}
+
 std::shared_ptr<Session> sessionFor(const host::Plant& plant) {
     auto& sessions = process().sessions;
     std::erase_if(sessions, [](const auto& weak) { return weak.expired(); });
@@ -78,6 +85,7 @@ std::shared_ptr<Session> sessionFor(const host::Plant& plant) {
     }
     auto session = std::make_shared<Session>(library(), plant);
     sessions.push_back(session);
+    closeAtExit(session);
     return session;
 }
 

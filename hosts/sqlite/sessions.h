@@ -18,10 +18,24 @@ class Gate {
     Gate& operator=(const Gate&) = delete;
 };
 
+/// Something with a session that must be closed when the process exits.
+class Closable {
+  public:
+    Closable() = default;
+    Closable(const Closable&) = delete;
+    Closable& operator=(const Closable&) = delete;
+    virtual ~Closable() = default;
+    virtual void close() noexcept = 0;
+};
+
+/// Has it closed at exit if it still exists then.
+void closeAtExit(std::weak_ptr<Closable> closable);
+
 /// A session, shared by all tables of the process that have the same access to the same plant.
-struct Session {
+struct Session : Closable {
     Session(host::Library& library, host::Plant plant)
         : connection(library, std::move(plant)), catalogue(connection) {}
+    void close() noexcept override { connection.close(); }
 
     host::Connection connection;
     host::NodeCatalogue catalogue;

@@ -20,10 +20,34 @@ Table::Table(Database& database, std::string schema, std::string name, TableOpti
       schema_(std::move(schema)),
       name_(std::move(name)),
       options_(std::move(options)) {
+    std::shared_ptr<Holdings>& kept = database_.holdings[key()];
+    if (!kept) kept = std::make_shared<Holdings>();
+    holdings_ = kept;
     database_.tables.push_back(this);
 }
 
 Table::~Table() { std::erase(database_.tables, this); }
+
+void Table::drop() { database_.holdings.erase(key()); }
+
+void Table::rename(std::string name) {
+    database_.holdings.erase(key());
+    name_ = std::move(name);
+    database_.holdings[key()] = holdings_;
+}
+
+std::string Table::key() const {
+    const host::Plant& plant = options_.plant;
+    std::string key;
+    for (const std::string& text :
+         {schema_, name_, plant.url, plant.certificate, plant.key, plant.trusted, plant.revoked,
+          plant.uri, plant.username.value_or("\x01"), options_.passwordEnvironment,
+          std::to_string(plant.timeout)}) {
+        key += text + '\0';
+    }
+    for (const host::NodeId& node : nodes()) key += notation(node) + '\0';
+    return key;
+}
 
 /// Lets failures of the plant say whose they are.
 template <typename Operation>
@@ -38,8 +62,8 @@ auto Table::named(Operation operation) {
 }
 
 Session& Table::session() {
-    if (!session_) session_ = sessionFor(options_.withPassword());
-    return *session_;
+    if (!holdings_->session) holdings_->session = sessionFor(options_.withPassword());
+    return *holdings_->session;
 }
 
 Infos Table::infos() {
@@ -65,8 +89,9 @@ host::Reading Table::read() {
 }
 
 std::shared_ptr<Feed> Table::feed() {
-    if (feed_) {
-        return feed_;
+    std::shared_ptr<Feed>& feed = holdings_->feed;
+    if (feed) {
+        return feed;
     }
     // One node that is not there would fail the subscription of all.
     const Infos all = infos();
@@ -81,9 +106,10 @@ std::shared_ptr<Feed> Table::feed() {
     if (variables.empty()) {
         throw std::runtime_error(name_ + ": none of its nodes is a variable that can be followed");
     }
-    feed_ = std::make_shared<Feed>(library(), options_.withPassword(), std::move(variables),
-                                   std::move(theirs));
-    return feed_;
+    feed = std::make_shared<Feed>(library(), options_.withPassword(), std::move(variables),
+                                  std::move(theirs));
+    closeAtExit(feed);
+    return feed;
 }
 
 void Table::queueWrite(std::size_t node, const host::Value& value) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -22,18 +23,27 @@ struct Database;
 /// The description of nodes, shared with the rows that were read by it.
 using Infos = std::shared_ptr<const std::vector<host::NodeInfo>>;
 
+/// What a table holds on to while SQLite disconnects and connects it: it does so whenever anybody
+/// changes the schema.
+struct Holdings {
+    std::shared_ptr<Session> session;
+    std::shared_ptr<Feed> feed;
+};
+
 /// A virtual table of module opcua: nodes of a plant, a row a node. Connecting one, which happens
 /// whenever a schema is read, only reads its options; plant and library come in with the first use.
 class Table : public sqlite3_vtab {
   public:
     Table(Database& database, std::string schema, std::string name, TableOptions options);
     ~Table();
+    /// Gives up what it holds, for it is dropped.
+    void drop();
     Table(const Table&) = delete;
     Table& operator=(const Table&) = delete;
 
     const std::string& schema() const noexcept { return schema_; }
     const std::string& name() const noexcept { return name_; }
-    void rename(std::string name) { name_ = std::move(name); }
+    void rename(std::string name);
     const TableOptions& options() const noexcept { return options_; }
     const std::vector<host::NodeId>& nodes() const noexcept { return options_.nodes; }
 
@@ -66,13 +76,14 @@ class Table : public sqlite3_vtab {
     template <typename Operation>
     auto named(Operation operation);
 
+    std::string key() const;
+
     Database& database_;
     std::string schema_;
     std::string name_;
     TableOptions options_;
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<Holdings> holdings_;
     std::unique_ptr<host::PreparedRead> prepared_;
-    std::shared_ptr<Feed> feed_;
     Infos infos_;
     unsigned infosGeneration_ = 0;
     std::chrono::steady_clock::time_point infosRead_;
@@ -84,6 +95,7 @@ class Table : public sqlite3_vtab {
 struct Database {
     sqlite3* handle = nullptr;
     std::vector<Table*> tables;
+    std::map<std::string, std::shared_ptr<Holdings>> holdings;  ///< by schema, name and options
     /// The session of the last browse of a plant that is no table's.
     std::shared_ptr<Session> browsing;
 

@@ -37,6 +37,7 @@ int connect(sqlite3* db, void* shared, int count, const char* const* arguments,
         if (const int error = sqlite3_declare_vtab(db, kSchema); error != SQLITE_OK) {
             return error;
         }
+        const Gate gate;
         constexpr int own = 3;  // behind module, schema and name
         TableOptions options = parseOptions({arguments + own, arguments + count});
         *table = new Table(databaseOf(shared), arguments[1], arguments[2], std::move(options));
@@ -44,14 +45,18 @@ int connect(sqlite3* db, void* shared, int count, const char* const* arguments,
     });
 }
 
-int disconnect(sqlite3_vtab* table) {
+int end(sqlite3_vtab* table, bool dropped) {
     try {
         const Gate gate;
+        if (dropped) tableOf(table).drop();
         delete &tableOf(table);
     } catch (const std::exception&) {  // after a fork: the sessions are the parent's
     }
     return SQLITE_OK;
 }
+
+int disconnect(sqlite3_vtab* table) { return end(table, false); }
+int destroy(sqlite3_vtab* table) { return end(table, true); }
 
 /// Takes "name = ?" and "node = ?", also with IN. The letters of idxStr say what the values are:
 /// name or node, a capital for a list. A constrained scan is the same request as a whole one and
@@ -302,7 +307,7 @@ const sqlite3_module tableModule = [] {
     module.xConnect = connect;
     module.xBestIndex = bestIndex;
     module.xDisconnect = disconnect;
-    module.xDestroy = disconnect;
+    module.xDestroy = destroy;
     module.xOpen = open;
     module.xClose = close;
     module.xFilter = filter;

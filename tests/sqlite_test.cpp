@@ -108,6 +108,9 @@ TEST_F(SqliteTest, WhatCannotBeIsRefusedByName) {
         {"SELECT * FROM opcua_browse('" + server_->url() + "', 'ns=2;i=6');", "do not fit"},
         {"SELECT * FROM opcua_changes;", "opcua_changes needs source = 'TABLE'"},
         {"SELECT * FROM opcua_changes WHERE source = 'x\"y';", "there is no opcua table x\"y"},
+        {tank() +
+             "SELECT * FROM opcua_changes WHERE source = 'tank' AND seq > 9223372036854775806;",
+         "seq is compared with no number of a change"},
         {tank() + "UPDATE tank SET value = 256 WHERE name = 'Byte';",
          "Byte (ns=2;i=4002): the number"},
         {tank() + "UPDATE tank SET value = 1.5 WHERE name = 'Byte';", "whole numbers only"},

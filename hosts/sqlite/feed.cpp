@@ -16,7 +16,7 @@ constexpr std::size_t kMostKept = 500000;
 
 std::int64_t lastNumber = 0;  // of the process; the gate guards it
 
-std::int64_t microsecondsOfDayAndYear() {
+std::int64_t microsecondsSince1970() {
     return std::chrono::duration_cast<std::chrono::microseconds>(
                std::chrono::system_clock::now().time_since_epoch())
         .count();
@@ -25,8 +25,13 @@ std::int64_t microsecondsOfDayAndYear() {
 }  // namespace
 
 std::vector<Feed::Row> Feed::take(std::int64_t after) {
+    constexpr std::int64_t tenYears = 315'360'000'000'000;
+    const std::int64_t now = microsecondsSince1970();
+    if (after > std::max(lastNumber, now) + tenYears) {
+        throw std::runtime_error("opcua_changes: seq is compared with no number of a change");
+    }
     while (!kept_.empty() && kept_.front()->seq <= after) kept_.pop_front();
-    lastNumber = std::max({lastNumber, after, microsecondsOfDayAndYear()});
+    lastNumber = std::max({lastNumber, after, now});
     if (kept_.size() < kMostKept) {
         std::vector<host::Change> changes;
         try {

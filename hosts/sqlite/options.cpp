@@ -73,7 +73,8 @@ void take(TableOptions& options, const std::string& name, std::string value) {
     } else if (name == "nodes") {
         options.nodes = host::parseNodes(value);
     } else {
-        throw BadOption("unknown option \"" + host::printable(name) +
+        constexpr std::size_t quoted = 40;
+        throw BadOption("unknown option \"" + host::printable(name.substr(0, quoted)) +
                         "\"; there are url, nodes, timeout, certificate, key, trusted, revoked, "
                         "uri, username, password_env");
     }
@@ -122,7 +123,8 @@ TableOptions parseOptions(const std::vector<std::string_view>& arguments) {
         const std::size_t equals = argument.find('=');
         const std::string name(trimmed(argument.substr(0, equals)));
         if (equals == std::string_view::npos) {
-            throw BadOption("\"" + host::printable(trimmed(argument)) + "\" is not NAME='VALUE'");
+            throw BadOption("\"" + host::printable(trimmed(argument).substr(0, 40)) +
+                            "\" is not NAME='VALUE'");
         }
         if (!seen.insert(name).second) {
             throw BadOption("option " + host::printable(name) + " is given twice");

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <limits>
+#include <new>
+
+#include "base/text.h"
 
 namespace nimb::sqlite {
 
@@ -56,9 +59,17 @@ std::string textOf(sqlite3_value* value) {
                : std::string(text, static_cast<std::size_t>(sqlite3_value_bytes(value)));
 }
 
-void setError(sqlite3_vtab* table, const std::string& text) {
+char* errorText(const char* text) noexcept {
+    try {
+        return sqlite3_mprintf("%s", host::printable(text).c_str());
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void setError(sqlite3_vtab* table, const char* text) noexcept {
     sqlite3_free(table->zErrMsg);
-    table->zErrMsg = sqlite3_mprintf("%s", text.c_str());
+    table->zErrMsg = errorText(text);
 }
 
 }  // namespace nimb::sqlite

@@ -21,8 +21,11 @@ void resultValue(sqlite3_context* context, const host::Value& value);
 /// The text of an argument, as bytes that SQLite takes for UTF-8.
 std::string textOf(sqlite3_value* value);
 
+/// A copy of the text in SQLite's memory, with '?' for what is no UTF-8; null without memory.
+char* errorText(const char* text) noexcept;
+
 /// Puts the text in place of a table's error message.
-void setError(sqlite3_vtab* table, const std::string& text);
+void setError(sqlite3_vtab* table, const char* text) noexcept;
 
 /// Runs a method of a table; whatever it throws becomes the table's error.
 template <typename Method>
@@ -45,7 +48,7 @@ int guardedCreation(char** message, Method method) noexcept {
     } catch (const std::bad_alloc&) {
         return SQLITE_NOMEM;
     } catch (const std::exception& error) {
-        *message = sqlite3_mprintf("%s", error.what());
+        *message = errorText(error.what());
         return SQLITE_ERROR;
     }
 }

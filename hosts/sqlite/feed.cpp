@@ -8,7 +8,10 @@ namespace nimb::sqlite {
 
 namespace {
 
-constexpr int kWait = 300;  // ms; the first values take one publishing interval
+// How long a statement waits when there is nothing, in milliseconds. The first values come by
+// themselves, after one publishing interval.
+constexpr int kWait = 300;
+constexpr int kFirstWait = 3000;
 // What one statement takes in, and what is kept for one that never says what is safe. Beyond it the
 // library's queue fills, which counts what it drops.
 constexpr std::size_t kMostAtOnce = 50000;
@@ -34,8 +37,10 @@ std::vector<Feed::Row> Feed::take(std::int64_t after) {
     lastNumber = std::max({lastNumber, after, now});
     if (kept_.size() < kMostKept) {
         std::vector<host::Change> changes;
+        const int wait = !kept_.empty() ? 0 : first_ ? kFirstWait : kWait;
         try {
-            follower_.poll(kept_.empty() ? kWait : 0, kMostAtOnce, changes);
+            follower_.poll(wait, kMostAtOnce, changes);
+            first_ = false;
         } catch (const host::Failure& failure) {
             if (changes.empty()) throw std::runtime_error(url_ + ": " + failure.what());
         }

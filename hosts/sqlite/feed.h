@@ -45,6 +45,7 @@ class Feed : public Closable {
     std::vector<host::NodeId> nodes_;
     host::Follower follower_;
     std::deque<Row> kept_;
+    bool first_ = true;
 };
 
 }  // namespace nimb::sqlite

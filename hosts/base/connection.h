@@ -93,7 +93,7 @@ class Connection {
     /// @return the result list, the status first; copies of a failed call's list are thrown
     VeltoList call(std::string_view entry, const VeltoROList& arguments = {});
 
-    /// Grows with every set-up of the client, which discards its prepared reads and subscriptions.
+    /// Grows with every set-up of the client: what was prepared before it counts as gone.
     unsigned generation() const noexcept { return generation_; }
 
     const Plant& plant() const noexcept { return plant_; }

@@ -1,7 +1,6 @@
 #include "base/follower.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace nimb::host {
@@ -64,9 +63,6 @@ void Follower::subscribePart(std::size_t first, std::size_t count) {
     part.first = first;
     part.count = count;
     part.subscription = result.at(1).AsLongLong();
-    lifetime_ = std::min(
-        lifetime_,
-        std::chrono::milliseconds(std::llround(result.at(2).AsDouble() * result.at(3).AsDouble())));
     part.mostLines =
         std::max(1L, static_cast<long>(kResultBytes / (kLineBytes + count * kPlainValueBytes) / 2));
     part.last.resize(count);
@@ -80,8 +76,6 @@ void Follower::subscribe() {
     parts_.clear();
     generation_ = connection_.generation();
     if (wasFollowing_) lost_.reset();
-    lifetime_ = std::chrono::hours(1);
-    lastPoll_ = Clock::now();
     try {
         for (std::size_t first = 0; first < nodes_.size(); first += kNodesEach) {
             subscribePart(first, std::min(kNodesEach, nodes_.size() - first));
@@ -156,24 +150,30 @@ void Follower::pollParts(int wait, std::size_t most, std::vector<Change>& change
             patience = 0;
         }
     }
-    lastPoll_ = Clock::now();
 }
 
-/// Whether the subscriptions, from which nothing came, are past hope. A lost connection makes polls
-/// succeed without lines; so does a server that dropped a subscription because nobody polled.
-bool Follower::isLost() {
-    return Clock::now() - lastPoll_ > lifetime_ ||
-           connection_.call("zfGetClientStateD").at(2).AsLong() == 0;
+/// Polls succeed without lines while the server cannot be reached, and the library tries again in
+/// them. Once that took longer than a request may, the caller is told.
+void Follower::checkReachable(bool somethingCame) {
+    constexpr long long connectionClosed = 0x80AE0000;
+    constexpr int opcUa = 4;
+    if (somethingCame || connection_.call("zfGetClientStateD").at(2).AsLong() != 0) {
+        unreachableSince_.reset();
+        return;
+    }
+    if (!unreachableSince_) unreachableSince_ = Clock::now();
+    if (Clock::now() - *unreachableSince_ >
+        std::chrono::milliseconds(connection_.plant().timeout)) {
+        unreachableSince_.reset();
+        throw Failure(opcUa, connectionClosed, "the server was not reached");
+    }
 }
 
 void Follower::poll(int wait, std::size_t most, std::vector<Change>& changes) {
     constexpr int serverError = 6;  // the kind of a subscription that is not active any more
     connection_.reading([&] {
-        if (generation_ == connection_.generation() && !parts_.empty() && isLost()) {
-            connection_.reset();
-            connection_.open();
-        }
         subscribe();
+        const std::size_t before = changes.size();
         try {
             pollParts(wait, most, changes);
         } catch (const Failure& failure) {
@@ -183,6 +183,7 @@ void Follower::poll(int wait, std::size_t most, std::vector<Change>& changes) {
             subscribe();
             pollParts(wait, most, changes);
         }
+        checkReachable(changes.size() > before);
     });
 }
 

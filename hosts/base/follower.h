@@ -40,6 +40,9 @@ class Follower {
     /// Throws as Connection::reading, and Failure for a node that cannot be followed.
     void poll(int wait, std::size_t most, std::vector<Change>& changes);
 
+    /// Closes the session, and with it the subscriptions.
+    void close() noexcept { connection_.close(); }
+
   private:
     /// A subscription to some nodes that stand behind each other.
     struct Part {
@@ -55,7 +58,7 @@ class Follower {
     void subscribePart(std::size_t first, std::size_t count);
     void pollParts(int wait, std::size_t most, std::vector<Change>& changes);
     bool pollPart(Part& part, int wait, std::vector<Change>& changes);
-    bool isLost();
+    void checkReachable(bool somethingCame);
     void takeLine(Part& part, const VeltoROList& line, std::vector<Change>& changes);
     void addLosses(std::uint64_t count);
     std::optional<std::uint64_t> takeLosses(std::uint32_t status);
@@ -68,8 +71,7 @@ class Follower {
     std::optional<std::uint64_t> lost_ = 0;  ///< since the last change that was taken
 
     using Clock = std::chrono::steady_clock;
-    std::chrono::milliseconds lifetime_{};  ///< what the server granted
-    Clock::time_point lastPoll_;
+    std::optional<Clock::time_point> unreachableSince_;
 };
 
 }  // namespace nimb::host

@@ -1,4 +1,4 @@
-// The demonstration plant as a program; see helpText().
+// The demonstration plant as a program; --help describes it.
 
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <exception>
 
 #include "demo_server/options.h"
-#include "demo_server/plant_server.h"
+#include "demo_server/service.h"
 
 namespace {
 
@@ -21,6 +21,7 @@ void stopOnSignals() {
     action.sa_handler = [](int) { stopped = true; };
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);  // serving goes on when nobody reads what is said
 }
 
 void dieWithParent() {
@@ -29,26 +30,18 @@ void dieWithParent() {
     if (getppid() != parent) stopped = true;  // it died before the call
 }
 
-void serve(const nimb::plant::CommandLine& command) {
-    stopOnSignals();
-    if (command.dieWithParent) dieWithParent();
-    nimb::plant::PlantServer plant(command.plant);
-    std::printf("listening %s\n", plant.url().c_str());
-    std::fflush(stdout);
-    // A signal may arrive just before the wait begins: the wait is short enough for that.
-    while (!stopped) plant.iterate(std::chrono::milliseconds(50));
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
         const auto command = nimb::plant::parseCommandLine(argc - 1, argv + 1);
-        if (command.help) {
-            std::fputs(nimb::plant::helpText(), stdout);
+        if (!command.answer.empty()) {
+            std::fputs(command.answer.c_str(), stdout);
             return 0;
         }
-        serve(command);
+        stopOnSignals();
+        if (command.dieWithParent) dieWithParent();
+        nimb::plant::Service(command).run(stopped);
         return 0;
     } catch (const nimb::plant::UsageError& error) {
         std::fprintf(stderr, "nimb-demo-server: %s\nTry --help.\n", error.what());

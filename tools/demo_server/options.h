@@ -1,8 +1,11 @@
 #pragma once
 
-#include <stdexcept>
+#include <filesystem>
 #include <string>
+#include <vector>
 
+#include "demo_server/fault_plan.h"
+#include "demo_server/option_values.h"
 #include "demo_server/plant_server.h"
 
 namespace nimb::plant {
@@ -10,20 +13,14 @@ namespace nimb::plant {
 /// What the command line asks for.
 struct CommandLine {
     PlantOptions plant;
-    bool help = false;
+    std::string answer;  ///< the text to print in place of serving, as --help wants it
+    std::filesystem::path certificateFolder;  ///< of --encrypted, else empty
+    std::vector<Fault> faults;
+    bool show = false;
     bool dieWithParent = false;
-};
-
-/// A command line that cannot be followed; the text is for the person who typed it.
-class UsageError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
 };
 
 /// Reads the arguments behind the program's name, and the files they name. Throws UsageError.
 CommandLine parseCommandLine(int count, const char* const* arguments);
-
-/// The text of --help, ending with a newline.
-const char* helpText() noexcept;
 
 }  // namespace nimb::plant

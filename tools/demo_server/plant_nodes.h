@@ -70,6 +70,7 @@ inline constexpr NodeAddress writableFolder = numericNode(4);
 inline constexpr NodeAddress oddFolder = numericNode(5);
 inline constexpr NodeAddress manyFolder = numericNode(6);
 inline constexpr NodeAddress bulkFolder = numericNode(7);
+inline constexpr NodeAddress signalsFolder = numericNode(8);  // only with signals to put into it
 
 // The plant. Levels in per cent, temperatures in degrees Celsius, speed in rounds per minute.
 inline constexpr NodeAddress tank1Level = stringNode("Tank1.Level");              // Double 42.5

@@ -6,6 +6,7 @@
 #include "demo_server/port_probe.h"
 #include "demo_server/server_config.h"
 #include "demo_server/session_list.h"
+#include "demo_server/subscription_watch.h"
 
 namespace nimb::plant {
 
@@ -26,7 +27,9 @@ void PlantServer::Deleter::operator()(UA_Server* server) const noexcept {
 }
 
 PlantServer::PlantServer(const PlantOptions& options)
-    : sessions_(std::make_unique<SessionList>()), changingPoints_(options.changingPoints) {
+    : signals_(options.signals),
+      sessions_(std::make_unique<SessionList>(options.say)),
+      changingPoints_(options.changingPoints) {
     // Two servers could share a port unnoticed: see makeServerConfig.
     if (options.port != 0 && !portIsFree(options.port)) {
         throw std::runtime_error("port " + std::to_string(options.port) + " is taken");
@@ -55,6 +58,7 @@ void PlantServer::addNodes(const PlantOptions& options) {
     addOddValues(space);
     addMany(space, options.manyChildren);
     addBulk(space, options.bulkPoints);
+    addSignals(space, signals_);
 }
 
 void PlantServer::startTimers(const PlantOptions& options) {
@@ -73,6 +77,13 @@ void PlantServer::startTimers(const PlantOptions& options) {
             changeBulk(server, plant.changingPoints_, ++plant.changes_);
         };
         repeat(change, options.changeEvery);
+    }
+    if (options.say) {
+        subscriptions_ = std::make_unique<SubscriptionWatch>(options.say);
+        const auto look = [](UA_Server* server, void* self) {
+            static_cast<PlantServer*>(self)->subscriptions_->look(server);
+        };
+        repeat(look, std::chrono::milliseconds(250));
     }
 }
 

@@ -4,9 +4,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "demo_server/signals.h"
 
 namespace nimb::plant {
 
@@ -23,7 +26,10 @@ struct Encryption {
     std::vector<std::string> trusted;  ///< client certificates and issuers; empty: any client
     std::vector<std::string> issuers;  ///< issuers that complete a chain without being trusted
     std::vector<std::string> revoked;  ///< revocation lists
-    bool offerUnencrypted = true;      ///< keep the endpoint without security as well
+    /// Decides on clients in place of the lists; must outlive the server.
+    UA_CertificateVerification* clients = nullptr;
+    /// Keep the endpoint without security as well; without it such a channel is for discovery.
+    bool offerUnencrypted = true;
 };
 
 struct PlantOptions {
@@ -50,9 +56,14 @@ struct PlantOptions {
     /// clients ask for is revised to it. Zero: the stack's 10 minutes and 1 hour.
     std::chrono::milliseconds channelLifetime{0};
     std::chrono::milliseconds sessionTimeout{0};
+    std::vector<Signal> signals;  ///< variables of the Signals folder
+
+    /// Told in one line each of sessions and subscriptions that come and go; empty: nobody is told.
+    std::function<void(const std::string&)> say;
 };
 
 class SessionList;
+class SubscriptionWatch;
 
 /// The demonstration plant: an OPC UA server on the loopback interface. It has no thread; all its
 /// work is done inside `iterate`.
@@ -91,8 +102,10 @@ class PlantServer {
     void repeat(UA_ServerCallback callback, std::chrono::milliseconds interval);
     void listen();
 
-    // The access control of `server_` points to the list: keep it the longer one.
+    // `server_` points to all of these: keep it the shortest one.
+    std::vector<Signal> signals_;
     std::unique_ptr<SessionList> sessions_;
+    std::unique_ptr<SubscriptionWatch> subscriptions_;
     std::unique_ptr<UA_Server, Deleter> server_;
     std::string url_;
     std::uint16_t port_ = 0;

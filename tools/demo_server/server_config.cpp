@@ -84,12 +84,21 @@ void trustOnly(UA_CertificateVerification& verification, const Encryption& encry
     verification.logging = logger;
 }
 
+void askInstead(UA_CertificateVerification& verification,
+                const UA_CertificateVerification& clients) noexcept {
+    if (verification.clear != nullptr) verification.clear(&verification);
+    verification = clients;
+}
+
 void setEncryption(UA_ServerConfig& config, const Encryption& encryption) {
     // The stack's default would ask for a password on standard input.
     config.privateKeyPasswordCallback = [](UA_ServerConfig*, UA_ByteString*) -> UA_StatusCode {
         return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
     };
-    if (!encryption.trusted.empty()) {
+    if (encryption.clients != nullptr) {
+        askInstead(config.secureChannelPKI, *encryption.clients);
+        askInstead(config.sessionPKI, *encryption.clients);
+    } else if (!encryption.trusted.empty()) {
         trustOnly(config.secureChannelPKI, encryption);
         trustOnly(config.sessionPKI, encryption);
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "nimbhost/command_line.h"
+#include "nimbhost/default_library.h"
 #include "nimbhost/entry_table.h"
 #include "nimbhost/script_runner.h"
 #include "nimbhost/value_parser.h"
@@ -25,7 +26,7 @@ std::string libraryPath(const CommandLine& line) {
     }
     const char* fromEnvironment = std::getenv("NIMBOPCUA_LIBRARY");
     return fromEnvironment != nullptr && *fromEnvironment != '\0' ? fromEnvironment
-                                                                  : NIMB_DEFAULT_LIBRARY;
+                                                                  : defaultLibrary();
 }
 
 /// Parses one value given on the command line; `place` names it in errors.

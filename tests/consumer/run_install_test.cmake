@@ -13,3 +13,6 @@ run_step("${CMAKE_COMMAND}" -S "${CONSUMER_DIR}" -B "${build}" -G "${GENERATOR}"
   "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_BUILD_TYPE=${CONFIG}" "-DCMAKE_C_FLAGS=${C_FLAGS}")
 run_step("${CMAKE_COMMAND}" --build "${build}" --config "${CONFIG}")
 run_step("${build}/consumer")
+
+# The installed tool finds the installed library beside it.
+run_step("${prefix}/bin/nimbhost" call zfVersion)

@@ -56,8 +56,8 @@ std::optional<std::uint64_t> Follower::takeLosses(std::uint32_t status) {
 
 void Follower::subscribePart(std::size_t first, std::size_t count) {
     const VeltoList result = connection_.call(
-        "zfCreateSubscriptionB", VeltoList() + specificationOf(nodes_, first, count) + kInterval +
-                                     kLifetime + kKeepAlive + kUnbounded + kInterval +
+        "zfCreateSubscriptionB", VeltoList() + specificationOf(nodes_, first, count) + kPublishing +
+                                     kLifetime + kKeepAlive + kUnbounded + kPublishing +
                                      kQueueOnServer + kQueueInLibrary);
     Part part;
     part.first = first;
@@ -139,17 +139,23 @@ bool Follower::pollPart(Part& part, int wait, std::vector<Change>& changes) {
     return more;
 }
 
+// One poll serves all subscriptions of the client, so only the first one waits. A server that has
+// more than a message holds sends the next when it is asked for: once something came, it is waited
+// for a moment again.
 void Follower::pollParts(int wait, std::size_t most, std::vector<Change>& changes) {
-    const std::size_t before = changes.size();
-    bool more = true;
-    // One poll serves all subscriptions of the client, so only the first one waits.
-    for (int patience = wait; more && changes.size() - before < most; patience = 0) {
-        more = false;
+    constexpr int moment = 50;  // ms
+    const auto end = Clock::now() + std::chrono::milliseconds(wait + 500);
+    const std::size_t begin = changes.size();
+    std::size_t before = begin;
+    do {
+        before = changes.size();
         for (Part& part : parts_) {
-            more = pollPart(part, patience, changes) || more;
-            patience = 0;
+            for (bool more = true; more && changes.size() - begin < most; wait = 0) {
+                more = pollPart(part, wait, changes);
+            }
         }
-    }
+        wait = moment;
+    } while (changes.size() > before && changes.size() - begin < most && Clock::now() < end);
 }
 
 /// Polls succeed without lines while the server cannot be reached, and the library tries again in

@@ -17,8 +17,9 @@
  *  3. Lists. Arguments and results are lists of items, laid out as docs/list-encoding.md says. The
  *     first item of a result is the status: 0 and then the results, or 1 and then error kind, code
  *     and text. What each entry takes and answers stands in docs/entries.md.
- *  4. Who allocates. Both strings are the host's and are used only during the call. The library
- *     hands out no memory but what it obtains from the host (see 9).
+ *  4. Who allocates. Both strings are the host's, may lie at any address, also an odd one, and are
+ *     used only during the call. The library hands out no memory but what it obtains from the host
+ *     (see 9).
  *  5. Null. A null input counts as one that cannot be read: kind 7, code 10. With a null output the
  *     call is carried out and its result dropped. A descriptor must not be null.
  *  6. Untrusted length. What lies behind the input's stated length is never read; a length above

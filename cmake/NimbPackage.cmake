@@ -23,12 +23,14 @@ set(NIMB_PACKAGE_VERSION "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME nimbopcua)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION database)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS sqlite3)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
     "OPC UA client adapter for a database host, with tools
 The shared library lets a host database read, write, browse and follow the
 values of industrial OPC UA servers through its callout interface.
 .
-nimbhost calls the library as a host does; nimb-demo-server is a small plant
+nimbhost calls the library as a host does, an extension of SQLite makes a plant
+a table, and nimb-demo-server is a small plant
 to try it on.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_STRICT_PERMISSION ON)

@@ -271,10 +271,29 @@ void GuardedTransport::addressWorks(const std::string& address) {
     std::rotate(addresses_.begin(), found, found == addresses_.end() ? found : found + 1);
 }
 
+// The stack learns of the end of a connection within a round of its loop. That round would then
+// wait for what no longer comes, a whole timeout; it does not while a callback is waiting, which
+// the loop owns and calls at the latest when it is freed.
+void GuardedTransport::endRound() {
+    auto* wakeUp = new (std::nothrow) UA_DelayedCallback{};
+    if (wakeUp == nullptr) {
+        return;
+    }
+    wakeUp->callback = [](void* /*application*/, void* self) {
+        delete static_cast<UA_DelayedCallback*>(self);
+    };
+    wakeUp->context = wakeUp;
+    UA_EventLoop* loop = eventSource.eventLoop;
+    loop->addDelayedCallback(loop, wakeUp);
+}
+
 // Before `ended`, the stack has been told and may have opened the next connection.
 void GuardedTransport::ended(GuardedConnection& connection) {
     DecryptedMessages::setReader(nullptr);
     std::erase_if(connections_, [&](const auto& other) { return other.get() == &connection; });
+    if (call_.going && connections_.empty()) {
+        endRound();
+    }
 }
 
 }  // namespace nimb

@@ -60,6 +60,7 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     UA_UInt32 boundedWait(UA_UInt32 timeout);
     void readDecrypted() const;
     void closeAll();
+    void endRound();
     [[nodiscard]] GuardedConnection* find(std::uintptr_t id) const;
     [[nodiscard]] bool overdue(TransportClock::time_point now) const;
 

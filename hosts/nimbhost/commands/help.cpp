@@ -93,22 +93,28 @@ void helpEntry(const standin::EntryHelp& help) {
 int help(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) {
         std::cout << app.help();
-    } else if (topic == "values" || topic == "scripts") {
-        std::cout << (topic == "values" ? kValues : kScripts);
-    } else if (const standin::EntryHelp* entry = standin::findHelp(topic)) {
-        helpEntry(*entry);
     } else if (const CLI::App* command = app.get_subcommand_no_throw(topic)) {
         std::cout << command->help("nimbhost");
     } else {
-        std::vector<std::string_view> names;
-        for (const standin::EntryHelp& each : standin::entryTable()) names.emplace_back(each.name);
-        throw BadInput("unknown entry or command \"" + topic + '"' +
-                       standin::suggestion(topic, names));
+        helpTopic(topic);
     }
     return allWell;
 }
 
 }  // namespace
+
+void helpTopic(const std::string& topic) {
+    if (topic == "values" || topic == "scripts") {
+        std::cout << (topic == "values" ? kValues : kScripts);
+    } else if (const standin::EntryHelp* entry = standin::findHelp(topic)) {
+        helpEntry(*entry);
+    } else {
+        std::vector<std::string_view> names{"values", "scripts"};
+        for (const standin::EntryHelp& each : standin::entryTable()) names.emplace_back(each.name);
+        throw BadInput("unknown entry or command \"" + topic + '"' +
+                       standin::suggestion(topic, names));
+    }
+}
 
 void addList(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("list", "all entries with their arguments");

@@ -120,6 +120,10 @@ std::optional<std::string> readStatement(LineSource& lines, const std::string& p
 }
 
 void answer(ScriptSession& script, const std::string& text) try {
+    if (text == "help" || text.starts_with("help ")) {
+        helpTopic(text.size() > 5 ? text.substr(5) : "scripts");
+        return;
+    }
     standin::Session& session = script.session();
     const auto statements =
         standin::parseScript("shell", text, session.variables(), session.entryNames());
@@ -128,6 +132,8 @@ void answer(ScriptSession& script, const std::string& text) try {
     }
 } catch (const standin::InputError& error) {
     std::cerr << error.what() << '\n';
+} catch (const BadInput& error) {
+    std::cerr << "nimbhost: " << error.what() << '\n';
 } catch (const host::CallError& error) {
     std::cerr << "nimbhost: " << error.what() << '\n';
 }
@@ -148,11 +154,7 @@ int shell(Tool& tool) {
         }
         checkInterrupted();
         if (!text || *text == "exit" || *text == "quit") return allWell;
-        if (*text == "help" || text->starts_with("help ")) {
-            helpTopic(text->size() > 5 ? text->substr(5) : "scripts");
-        } else {
-            answer(script, *text);
-        }
+        answer(script, *text);
     }
 }
 

@@ -4,19 +4,48 @@
 #include <iostream>
 
 #include "nimbhost/causes/causes.h"
+#include "nimbhost/default_library.h"
+#include "nimbhost/entry_table.h"
 #include "nimbhost/plant/duration.h"
+#include "nimbhost/render.h"
 
 namespace nimb::nimbhost {
+
+namespace {
+
+/// The call in the notation of scripts, with the variables that hold its handles there. Passwords
+/// are variables, too: they are shown nowhere.
+void showCall(std::string_view entry, const VeltoROList& arguments) {
+    if (entry == "zfGetStatusCodeNameB") return;  // for the reader of this tool only
+    const standin::EntryHelp* help = standin::findHelp(entry);
+    const std::string_view names = help == nullptr ? "" : help->arguments;
+    std::string line(entry);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string name = standin::fieldName(names, i);
+        const bool variable = name == "handle" || name == "query" || name == "subscription" ||
+                              name == "password";
+        const VeltoListItem item = arguments.at(i);
+        const VeltoROList alone(item.header(), item.size());
+        line += (i == 0 ? " " : ", ") +
+                (variable ? '$' + name : standin::describe(alone, standin::Nesting::guess));
+    }
+    std::cerr << line << '\n';
+}
+
+}  // namespace
 
 std::string Tool::pathOfLibrary() const {
     if (!libraryPath.empty()) return libraryPath;
     const char* fromEnvironment = std::getenv("NIMBOPCUA_LIBRARY");
     return fromEnvironment != nullptr && *fromEnvironment != '\0' ? fromEnvironment
-                                                                  : NIMB_DEFAULT_LIBRARY;
+                                                                  : standin::defaultLibrary();
 }
 
 host::Library& Tool::library() {
-    if (!library_) library_ = std::make_unique<host::Library>(pathOfLibrary());
+    if (!library_) {
+        library_ = std::make_unique<host::Library>(pathOfLibrary());
+        if (showCalls) library_->observe(showCall);
+    }
     return *library_;
 }
 

@@ -85,6 +85,9 @@ std::string_view withoutGuard(std::string_view word) noexcept;
 /// has them.
 std::string explained(const host::Failure& failure, const PlantSettings& settings);
 
+/// What "nimbhost help" says of a topic: values, scripts, or an entry. Throws BadInput.
+void helpTopic(const std::string& topic);
+
 // The commands, one file each.
 void addCall(CLI::App& app, Tool& tool);
 void addCert(CLI::App& app, Tool& tool);

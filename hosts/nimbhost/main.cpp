@@ -1,6 +1,10 @@
 // nimbhost: what a host would do with the library, at the command line. The commands stand in
 // commands/, one file each.
 
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <iostream>
@@ -37,9 +41,9 @@ void addShared(CLI::App& app, Tool& tool) {
 }
 
 void addCommands(CLI::App& app, Tool& tool) {
-    for (const auto add : {addDoctor, addExplain, addCert, addTrust, addEndpoints, addLs, addRead,
-                           addWrite, addWatch, addFit, addSetup, addCheck, addShell, addCall, addRun,
-                           addList, addHelp}) {
+    for (const auto add :
+         {addDoctor, addExplain, addCert, addTrust, addEndpoints, addLs, addRead, addWrite,
+          addWatch, addFit, addSetup, addCheck, addShell, addCall, addRun, addList, addHelp}) {
         add(app, tool);
     }
 }
@@ -123,6 +127,10 @@ int statusOfFailure() {
 
 int main(int count, char** words) {
     using namespace nimb::nimbhost;
+    // How wide letters are is a matter of the locale; all text here is UTF-8.
+    if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) {
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
     catchSignals();
     std::cout.exceptions(std::ios::badbit | std::ios::failbit);
     try {

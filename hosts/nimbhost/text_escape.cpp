@@ -92,7 +92,8 @@ Character firstCharacter(std::string_view utf8) noexcept {
     const auto first = static_cast<unsigned char>(utf8[0]);
     const std::size_t size = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
     unsigned char units[2 * 4]{};
-    const auto written = size > utf8.size() ? std::nullopt : writeUtf16(utf8.substr(0, size), units);
+    const auto written =
+        size > utf8.size() ? std::nullopt : writeUtf16(utf8.substr(0, size), units);
     if (!written) {
         return {.code = first};
     }

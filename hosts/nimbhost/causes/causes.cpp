@@ -42,8 +42,7 @@ std::vector<const Cause*> causesOf(std::span<const CauseTable> tables, std::stri
     std::vector<const Cause*> out;
     for (const Cause& row : causes()) {
         const bool asked = std::find(tables.begin(), tables.end(), row.table) != tables.end();
-        const bool logFits =
-            log.empty() || presenceOf(row.inLog, log) != Presence::absent;
+        const bool logFits = log.empty() || presenceOf(row.inLog, log) != Presence::absent;
         if (asked && presenceOf(row.inFailure, failure) == Presence::present && logFits) {
             out.push_back(&row);
         }
@@ -74,9 +73,9 @@ std::vector<const Cause*> causesOfText(std::string_view text) {
 }
 
 const char* nameOf(CauseTable table) noexcept {
-    return std::find_if(std::begin(kManual), std::end(kManual), [table](const auto& columns) {
-               return columns.table == table;
-           })->name;
+    return std::find_if(std::begin(kManual), std::end(kManual),
+                        [table](const auto& columns) { return columns.table == table; })
+        ->name;
 }
 
 std::string manualTable(std::string_view name) {

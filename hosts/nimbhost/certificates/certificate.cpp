@@ -20,7 +20,8 @@ Instant instantOf(const ASN1_TIME* time) {
 std::string nameText(const X509_NAME* name) {
     const OwnedBio out(BIO_new(BIO_s_mem()));
     // UTF-8 as it is, so that names beyond ASCII stay readable; control characters are escaped.
-    X509_NAME_print_ex(out.get(), name, 0, XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB));
+    X509_NAME_print_ex(out.get(), name, 0,
+                       XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB));
     char* text = nullptr;
     const long length = BIO_get_mem_data(out.get(), &text);
     return {text, static_cast<std::size_t>(length)};

@@ -22,17 +22,17 @@ class Certificate {
     /// Reads DER or PEM; nothing when the bytes are no certificate.
     static std::optional<Certificate> parse(std::string_view bytes);
 
-    std::string subject() const;              ///< "CN=...,O=..." (RFC 2253)
-    std::string issuer() const;               ///< likewise
-    std::string applicationUri() const;       ///< the first URI among its names, or empty
-    std::vector<std::string> hosts() const;   ///< host names and addresses it is made out to
+    std::string subject() const;             ///< "CN=...,O=..." (RFC 2253)
+    std::string issuer() const;              ///< likewise
+    std::string applicationUri() const;      ///< the first URI among its names, or empty
+    std::vector<std::string> hosts() const;  ///< host names and addresses it is made out to
     Instant notBefore() const;
     Instant notAfter() const;
-    std::string sha256() const;               ///< fingerprint, "A2:24:..." in capitals
+    std::string sha256() const;  ///< fingerprint, "A2:24:..." in capitals
     std::string der() const;
-    bool isAuthority() const;                 ///< may issue certificates
+    bool isAuthority() const;  ///< may issue certificates
     bool isSelfSigned() const;
-    bool hasRsaKey() const;                   ///< the stack can use no other
+    bool hasRsaKey() const;  ///< the stack can use no other
     X509* get() const noexcept { return x509_.get(); }
 
   private:

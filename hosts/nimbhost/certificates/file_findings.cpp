@@ -13,7 +13,8 @@ namespace {
 std::string validity(const Certificate& certificate) {
     const auto now = std::chrono::system_clock::now();
     if (now >= certificate.notAfter()) return "EXPIRED " + dayText(certificate.notAfter());
-    if (now < certificate.notBefore()) return "not valid before " + dayText(certificate.notBefore());
+    if (now < certificate.notBefore())
+        return "not valid before " + dayText(certificate.notBefore());
     return "until " + dayText(certificate.notAfter());
 }
 
@@ -32,8 +33,8 @@ void describeCertificate(FileFinding& out) {
 void describeKey(FileFinding& out) {
     out.kind = FileFinding::Kind::key;
     struct stat about {};
-    const bool open = ::stat(out.file.c_str(), &about) == 0 &&
-                      (about.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+    const bool open =
+        ::stat(out.file.c_str(), &about) == 0 && (about.st_mode & (S_IRWXG | S_IRWXO)) != 0;
     out.text = out.key->fault() == PrivateKey::Fault::password
                    ? "private key with a password: cannot be used"
                    : std::string("private key, ") +
@@ -44,8 +45,9 @@ void describeList(FileFinding& out) {
     out.kind = FileFinding::Kind::revocationList;
     const auto due = out.revocations->nextUpdate();
     const bool late = due && *due <= std::chrono::system_clock::now();
-    out.text = "revocation list of " + out.revocations->issuer() +
-               (due ? (late ? ", was due for renewal " : ", to be renewed by ") + dayText(*due) : "");
+    out.text =
+        "revocation list of " + out.revocations->issuer() +
+        (due ? (late ? ", was due for renewal " : ", to be renewed by ") + dayText(*due) : "");
 }
 
 }  // namespace

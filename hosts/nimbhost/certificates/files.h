@@ -20,7 +20,8 @@ std::string readWholeFile(const std::filesystem::path& path);
 /// Writes a file in one step: the bytes go to a temporary name beside it, reach the disk, and are
 /// renamed, so that nobody ever sees half of it. Throws FileError.
 /// @param mode       permissions, whatever the umask
-/// @param overwrite  whether a file of that name may be replaced; otherwise its presence is an error
+/// @param overwrite  whether a file of that name may be replaced; otherwise its presence is an
+/// error
 void writeWholeFile(const std::filesystem::path& path, std::string_view bytes, mode_t mode,
                     bool overwrite);
 

@@ -107,7 +107,8 @@ NewCertificate makeCertificate(const CertificateRequest& request) {
                 const OwnedBio out(BIO_new(BIO_s_mem()));
                 require(i2d_X509_bio(out.get(), certificate.get()) == 1, "encoding");
                 return contents(out.get());
-            }())->der(),
+            }())
+                ->der(),
             keyText(key.get())};
 }
 

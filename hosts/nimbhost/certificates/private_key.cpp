@@ -31,8 +31,6 @@ bool PrivateKey::belongsTo(const Certificate& certificate) const {
     return matches;
 }
 
-bool PrivateKey::isRsa() const {
-    return key_ && EVP_PKEY_get_base_id(key_.get()) == EVP_PKEY_RSA;
-}
+bool PrivateKey::isRsa() const { return key_ && EVP_PKEY_get_base_id(key_.get()) == EVP_PKEY_RSA; }
 
 }  // namespace nimb::nimbhost

@@ -21,8 +21,7 @@ int callOne(Tool& tool) {
     VeltoList arguments;
     for (std::size_t i = 1; i < tool.extras.size(); ++i) {
         const std::string value(withoutGuard(tool.extras[i]));
-        arguments.appendList(
-            typedValue("value " + std::to_string(i), value, session.variables()));
+        arguments.appendList(typedValue("value " + std::to_string(i), value, session.variables()));
     }
     return script.runner().call(entry, arguments, false) ? allWell : failed;
 }

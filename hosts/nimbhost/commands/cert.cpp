@@ -148,9 +148,8 @@ void addCert(CLI::App& app, Tool& tool) {
     CLI::App* show = cert->add_subcommand("show", "names, dates and fingerprints of files");
     const auto paths = std::make_shared<std::vector<std::string>>();
     show->add_option("FILE|FOLDER", *paths, "certificates, keys, revocation lists")->required();
-    show->callback([paths, &tool] {
-        tool.action = [paths, &tool] { return showFiles(*paths, tool); };
-    });
+    show->callback(
+        [paths, &tool] { tool.action = [paths, &tool] { return showFiles(*paths, tool); }; });
 }
 
 }  // namespace nimb::nimbhost

@@ -62,15 +62,16 @@ void PagePlayer::start() {
 std::string PagePlayer::answerOfCall(const Example& example) {
     standin::Session& session = script_->session();
     const std::vector<standin::Statement> statements = standin::parseScript(
-        file_, std::string(static_cast<std::size_t>(example.line) - 1, '\n') + withUrl(example.text),
+        file_,
+        std::string(static_cast<std::size_t>(example.line) - 1, '\n') + withUrl(example.text),
         session.variables(), session.entryNames());
     std::string answer;
     std::function<void(const std::vector<standin::Statement>&)> carryOut =
         [&](const std::vector<standin::Statement>& some) {
             for (const standin::Statement& each : some) {
                 checkInterrupted();
-                for (unsigned i = 0; each.kind == standin::Statement::Kind::repeat && i < each.count;
-                     ++i) {
+                for (unsigned i = 0;
+                     each.kind == standin::Statement::Kind::repeat && i < each.count; ++i) {
                     carryOut(each.body);
                 }
                 if (each.kind == standin::Statement::Kind::repeat) continue;
@@ -91,8 +92,8 @@ bool PagePlayer::playOne(const Example& example) {
     const std::string answer = answerOf(example);
     ++played_;
     const bool empty = example.expected.find_first_not_of(" \t\r\n") == std::string::npos;
-    const bool good = empty ? example.command || answer.starts_with('0') || example.text[0] == '!' ||
-                                  answer.empty()
+    const bool good = empty ? example.command || answer.starts_with('0') ||
+                                  example.text[0] == '!' || answer.empty()
                             : matches(example.expected, withUrl(answer));
     if (tool_.json) {
         sayJson(Json{{"file", file_}, {"line", example.line}, {"ok", good}, {"answer", answer}});
@@ -111,7 +112,8 @@ bool PagePlayer::play() {
     } catch (const FileError& failure) {
         throw BadInput(failure.what());
     }
-    if (error.line != 0) throw BadInput(file_ + ':' + std::to_string(error.line) + ": " + error.text);
+    if (error.line != 0)
+        throw BadInput(file_ + ':' + std::to_string(error.line) + ": " + error.text);
     start();
     Progress progress("playing " + file_ + " ...");
     bool good = true;
@@ -145,8 +147,9 @@ void addCheck(CLI::App& app, Tool& tool) {
     const auto url = std::make_shared<std::string>();
     command->add_option("FILE.md", *files, "pages of a manual")->required();
     command
-        ->add_option("-u,--url", *url,
-                     "play against this server instead of those in the pages, with $handle connected")
+        ->add_option(
+            "-u,--url", *url,
+            "play against this server instead of those in the pages, with $handle connected")
         ->type_name("URL");
     command->callback([files, url, &tool] {
         tool.action = [files, url, &tool] { return checkPages(tool, *files, *url); };

@@ -51,8 +51,10 @@ int conclude(const Examination& examination, bool json) {
     const std::size_t warnings = examination.count(Result::warn);
     if (json) {
         for (const Finding& finding : examination.findings()) {
-            sayJson(Json{{"step", finding.step}, {"result", jsonName(finding.result)},
-                         {"text", finding.text}, {"cure", finding.cure}});
+            sayJson(Json{{"step", finding.step},
+                         {"result", jsonName(finding.result)},
+                         {"text", finding.text},
+                         {"cure", finding.cure}});
         }
         sayJson(Json{{"ready", problems == 0}});
         return problems == 0 ? allWell : failed;
@@ -80,8 +82,7 @@ void addDoctor(CLI::App& app, Tool& tool) {
     const auto expires = std::make_shared<int>(0);
     plant->addTo(*command);
     command->add_option("[URL] NODE", *words, "the server, unless given; nodes to read and follow");
-    command
-        ->add_option("--expires", *expires, "fail when a certificate ends within so many days")
+    command->add_option("--expires", *expires, "fail when a certificate ends within so many days")
         ->check(CLI::Range(0, 36500))
         ->type_name("DAYS");
     command->callback([=, &tool] {

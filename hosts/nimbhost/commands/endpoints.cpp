@@ -28,10 +28,10 @@ void showEndpoints(const std::vector<Endpoint>& endpoints, bool json) {
     for (const Endpoint& endpoint : endpoints) {
         if (json) {
             sayJson(Json{{"url", endpoint.url},
-                     {"policy", endpoint.policy},
-                     {"mode", modeName(endpoint.mode)},
-                     {"tokens", endpoint.tokens},
-                     {"certificate", certificateJson(endpoint)}});
+                         {"policy", endpoint.policy},
+                         {"mode", modeName(endpoint.mode)},
+                         {"tokens", endpoint.tokens},
+                         {"certificate", certificateJson(endpoint)}});
         } else {
             table.add({harmless(endpoint.url), harmless(endpoint.policy), modeName(endpoint.mode),
                        joined(endpoint.tokens)});

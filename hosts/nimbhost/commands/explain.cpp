@@ -41,8 +41,9 @@ std::optional<StatusCode> statusOf(Tool& tool, const std::string& text) {
     if (const auto number = numberIn(text)) {
         return StatusCode{*number, tool.library().statusName(*number & 0xFFFF0000)};
     }
-    const bool likeName = text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-                                                 "0123456789_") == std::string::npos;
+    const bool likeName = text.find_first_not_of(
+                              "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                              "0123456789_") == std::string::npos;
     for (const std::uint32_t severity : {0x80000000U, 0x40000000U, 0U}) {
         for (std::uint32_t code = 0; likeName && code < 0x1000; ++code) {
             const std::uint32_t status = severity | code << 16;
@@ -59,7 +60,8 @@ void showRows(const std::vector<const Cause*>& rows, bool json, const std::strin
         const std::string cure = plain(row->cure);
         if (!said.emplace(cause, cure).second) continue;
         if (json) {
-            sayJson(Json{{"place", place}, {"where", nameOf(row->table)}, {"cause", cause}, {"cure", cure}});
+            sayJson(Json{
+                {"place", place}, {"where", nameOf(row->table)}, {"cause", cause}, {"cure", cure}});
             continue;
         }
         const std::string log = plain(row->log);
@@ -78,7 +80,8 @@ const char* severityOf(std::uint32_t code) noexcept {
 int explainStatus(const StatusCode& status, bool json) {
     const auto rows = causesOfText(status.name);
     if (json) {
-        sayJson(Json{{"code", status.code}, {"name", status.name}, {"severity", severityOf(status.code)}});
+        sayJson(Json{
+            {"code", status.code}, {"name", status.name}, {"severity", severityOf(status.code)}});
     } else {
         say(hex(status.code) + " (" + std::to_string(status.code) + ") is " + status.name + ", " +
             severityOf(status.code));
@@ -110,9 +113,10 @@ int explain(Tool& tool, const std::string& text) {
     if (const auto status = statusOf(tool, text)) return explainStatus(*status, tool.json);
     const auto rows = causesOfText(text);
     if (rows.empty()) {
-        throw BadInput("nothing is known of \"" + text +
-                       "\"; explain takes a status (0x800A0000, BadTimeout), the text of a failure, "
-                       "or a log file");
+        throw BadInput(
+            "nothing is known of \"" + text +
+            "\"; explain takes a status (0x800A0000, BadTimeout), the text of a failure, "
+            "or a log file");
     }
     showRows(rows, tool.json, text);
     return allWell;
@@ -125,7 +129,8 @@ void addExplain(CLI::App& app, Tool& tool) {
         app.add_subcommand("explain", "what a status, a refusal or a log file means");
     const auto text = std::make_shared<std::vector<std::string>>();
     const auto table = std::make_shared<std::string>();
-    command->add_option("CODE|TEXT|LOGFILE", *text, "0x800A0000, BadTimeout, a failure's text, a file");
+    command->add_option("CODE|TEXT|LOGFILE", *text,
+                        "0x800A0000, BadTimeout, a failure's text, a file");
     command
         ->add_option("--manual", *table,
                      "print a table of the manual: set-up, connect, reach, fault")
@@ -142,7 +147,8 @@ void addExplain(CLI::App& app, Tool& tool) {
             }
             std::string all;
             for (const std::string& word : *text) all += (all.empty() ? "" : " ") + word;
-            if (all.empty()) throw BadInput("explain what? a status, the text of a failure, a log file");
+            if (all.empty())
+                throw BadInput("explain what? a status, the text of a failure, a log file");
             return explain(tool, all);
         };
     });

@@ -1,5 +1,5 @@
-// nimbhost fit: how much of a result's 32767 bytes a poll of some nodes takes, and how many lines of
-// a subscription.
+// nimbhost fit: how much of a result's 32767 bytes a poll of some nodes takes, and how many lines
+// of a subscription.
 
 #include <iostream>
 
@@ -16,11 +16,13 @@ namespace {
 std::string judged(const PollSize& size, std::size_t nodes) {
     if (!size.bytes) return "DOES NOT FIT: read fewer nodes";
     const std::size_t alarmed = *size.bytes + 4 * nodes;
-    return alarmed > nimb_string_capacity ? "does not fit any more once every status is bad" : "fits";
+    return alarmed > nimb_string_capacity ? "does not fit any more once every status is bad"
+                                          : "fits";
 }
 
 void showSizes(const Fitting& fitting, std::size_t nodes) {
-    Table table({{"CALL"}, {"BYTES", Column::right}, {"OF 32767", Column::right}, {"", Column::cut}});
+    Table table(
+        {{"CALL"}, {"BYTES", Column::right}, {"OF 32767", Column::right}, {"", Column::cut}});
     for (const PollSize& size : fitting.polls) {
         const std::string bytes = size.bytes ? std::to_string(*size.bytes) : "-";
         const std::string share =
@@ -51,7 +53,8 @@ int fit(Tool& tool, const PlantSettings& settings, const std::vector<std::string
         for (const PollSize& size : fitting.polls) {
             good = good && size.bytes.has_value();
             if (tool.json) {
-                sayJson(Json{{"entry", size.entry}, {"bytes", size.bytes ? Json(*size.bytes) : Json()}});
+                sayJson(Json{{"entry", size.entry},
+                             {"bytes", size.bytes ? Json(*size.bytes) : Json()}});
             }
         }
         if (tool.json) {

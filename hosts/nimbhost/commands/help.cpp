@@ -60,8 +60,8 @@ std::string shortNames(std::string_view fields) {
     std::string out;
     for (std::size_t i = 0; i < standin::fieldCount(fields); ++i) {
         const std::string field = standin::fieldName(fields, i);
-        out += (i == 0 ? " (" : ", ") +
-               field.substr(0, std::min(field.find(" ["), field.find(" (")));
+        out +=
+            (i == 0 ? " (" : ", ") + field.substr(0, std::min(field.find(" ["), field.find(" (")));
     }
     return out + (out.empty() ? "" : ")");
 }
@@ -81,8 +81,7 @@ void helpEntry(const standin::EntryHelp& help) {
     if (help.results == nullptr) return;
     const std::string arguments = allNames(help.arguments, separator);
     const std::string results = allNames(help.results, separator);
-    std::cout << (arguments.empty() ? "Takes no arguments.\n"
-                                    : "Arguments:\n  " + arguments + '\n')
+    std::cout << (arguments.empty() ? "Takes no arguments.\n" : "Arguments:\n  " + arguments + '\n')
               << (results.empty() ? "Answers nothing but the status.\n"
                                   : "Results:\n  " + results + '\n');
     if (std::string_view(help.results).ends_with("...")) {
@@ -93,10 +92,14 @@ void helpEntry(const standin::EntryHelp& help) {
 int help(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) {
         std::cout << app.help();
-    } else if (const CLI::App* command = app.get_subcommand_no_throw(topic)) {
-        std::cout << command->help("nimbhost");
-    } else {
+        return allWell;
+    }
+    const auto commands = app.get_subcommands(
+        [&topic](const CLI::App* command) { return command->get_name() == topic; });
+    if (commands.empty()) {
         helpTopic(topic);
+    } else {
+        std::cout << commands[0]->help("nimbhost");
     }
     return allWell;
 }
@@ -130,9 +133,8 @@ void addHelp(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("help", "an entry, a command, values, or scripts");
     const auto topic = std::make_shared<std::string>();
     command->add_option("TOPIC", *topic, "values, scripts, an entry, a command");
-    command->callback([topic, &app, &tool] {
-        tool.action = [topic, &app] { return help(app, *topic); };
-    });
+    command->callback(
+        [topic, &app, &tool] { tool.action = [topic, &app] { return help(app, *topic); }; });
 }
 
 }  // namespace nimb::nimbhost

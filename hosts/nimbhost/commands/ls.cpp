@@ -133,8 +133,7 @@ int list(Tool& tool, const PlantSettings& settings, const std::string& typed, in
     std::vector<Entry> entries;
     try {
         Progress progress("connecting to " + settings.url + " ...");
-        const NamedNode node =
-            resolveNodes(connection, {typed}, settings.defaultNamespace).front();
+        const NamedNode node = resolveNodes(connection, {typed}, settings.defaultNamespace).front();
         entries = Tree(connection, depth, progress).below(node.id);
         if (values) readValues(connection, entries);
     } catch (const host::Failure& failure) {
@@ -161,9 +160,7 @@ void addLs(CLI::App& app, Tool& tool) {
     command->add_option("--depth", *depth, "levels (1)")->check(CLI::Range(1, 100))->type_name("N");
     command->add_flag("--values", *values, "the variables' values as well");
     command->callback([=, &tool] {
-        tool.action = [=, &tool] {
-            return list(tool, plant->settings(), *node, *depth, *values);
-        };
+        tool.action = [=, &tool] { return list(tool, plant->settings(), *node, *depth, *values); };
     });
 }
 

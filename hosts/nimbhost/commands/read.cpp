@@ -39,20 +39,20 @@ int readNodes(Tool& tool, const PlantSettings& settings, const std::vector<std::
     std::vector<Sample> samples;
     try {
         const Progress progress("reading from " + settings.url + " ...");
-        samples = readSamples(connection,
-                              resolveNodes(connection, typed, settings.defaultNamespace));
+        samples =
+            readSamples(connection, resolveNodes(connection, typed, settings.defaultNamespace));
     } catch (const host::Failure& failure) {
         throw std::runtime_error(explained(failure, settings));
     }
-    Table table({{"NODE"}, {"VALUE", Column::cut}, {"STATUS"}, {"SOURCE TIME"}});
+    Table table({{"NODE"}, {"VALUE", Column::cut}, {"STATUS"}, {"SOURCE TIME"}}, false);
     bool good = true;
     for (const Sample& sample : samples) {
         good = good && !sample.isBad();
         if (tool.json) {
             sayJson(jsonOf(tool.library(), sample, 0));
         } else {
-            table.add({harmless(sample.name), valueText(sample),
-                       statusText(tool.library(), sample), timeText(sample.source)});
+            table.add({harmless(sample.name), valueText(sample), statusText(tool.library(), sample),
+                       timeText(sample.source)});
         }
     }
     if (!tool.json) std::cout << table.text(isTerminal(1) ? terminalWidth() : kNoWidth);

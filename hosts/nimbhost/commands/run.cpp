@@ -51,13 +51,13 @@ int runScript(Tool& tool, const std::string& name) {
 }  // namespace
 
 void addRun(CLI::App& app, Tool& tool) {
-    CLI::App* command = app.add_subcommand("run", "the calls of a script, which share their clients");
+    CLI::App* command =
+        app.add_subcommand("run", "the calls of a script, which share their clients");
     command->footer("How scripts are written: nimbhost help scripts");
     const auto name = std::make_shared<std::string>();
     command->add_option("SCRIPT", *name, "a file, or - for the standard input")->required();
-    command->callback([name, &tool] {
-        tool.action = [name, &tool] { return runScript(tool, *name); };
-    });
+    command->callback(
+        [name, &tool] { tool.action = [name, &tool] { return runScript(tool, *name); }; });
 }
 
 }  // namespace nimb::nimbhost

@@ -88,9 +88,8 @@ void addSetup(CLI::App& app, Tool& tool) {
         "setup", "the host's calls for a plant, ready to copy; --hex shows their bytes");
     const auto plant = std::make_shared<PlantOptions>();
     plant->addTo(*command, true);
-    command->callback([plant, &tool] {
-        tool.action = [plant, &tool] { return show(tool, plant->settings()); };
-    });
+    command->callback(
+        [plant, &tool] { tool.action = [plant, &tool] { return show(tool, plant->settings()); }; });
 }
 
 }  // namespace nimb::nimbhost

@@ -2,7 +2,10 @@
 
 #include <editline/readline.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 #include "nimbhost/commands/script_session.h"
@@ -43,7 +46,8 @@ char** complete(const char* begun, int start, int /*end*/) {
 
 std::filesystem::path historyFile() {
     const char* home = std::getenv("HOME");
-    return home == nullptr ? std::filesystem::path() : std::filesystem::path(home) / ".nimbhost_history";
+    return home == nullptr ? std::filesystem::path()
+                           : std::filesystem::path(home) / ".nimbhost_history";
 }
 
 /// Lines from a terminal with editing, history and completion, or plainly from anything else.
@@ -71,7 +75,8 @@ class LineSource {
             std::cin.exceptions(std::ios::goodbit);
             return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
         }
-        const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt.c_str()), &std::free);
+        const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt.c_str()),
+                                                               &std::free);
         if (!line) return std::nullopt;
         // What logs in holds a password: it is not kept.
         const std::string_view text(line.get());
@@ -92,7 +97,8 @@ std::string stateOf(standin::Session& session) {
     try {
         const auto bytes = session.library().call("zfGetClientStateD", *handle);
         const VeltoROList state(bytes ? bytes->data() : nullptr, bytes ? bytes->size() : 0);
-        if (state.at(0).AsLong() != 0) return state.at(2).AsLong() == 7 ? "not set up" : "no client";
+        if (state.at(0).AsLong() != 0)
+            return state.at(2).AsLong() == 7 ? "not set up" : "no client";
         if (state.at(5).AsLong() != 0) return "set up again";
         return state.at(2).AsLong() != 0 ? "connected" : "not connected";
     } catch (const std::exception&) {

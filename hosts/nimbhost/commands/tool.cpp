@@ -22,8 +22,8 @@ void showCall(std::string_view entry, const VeltoROList& arguments) {
     std::string line(entry);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string name = standin::fieldName(names, i);
-        const bool variable = name == "handle" || name == "query" || name == "subscription" ||
-                              name == "password";
+        const bool variable =
+            name == "handle" || name == "query" || name == "subscription" || name == "password";
         const VeltoListItem item = arguments.at(i);
         const VeltoROList alone(item.header(), item.size());
         line += (i == 0 ? " " : ", ") +
@@ -120,8 +120,8 @@ void sayJson(const Json& object) {
 }
 
 std::string guarded(const std::string& word) {
-    const bool number = word.size() > 1 && word[0] == '-' &&
-                        ((word[1] >= '0' && word[1] <= '9') || word[1] == '.');
+    const bool number =
+        word.size() > 1 && word[0] == '-' && ((word[1] >= '0' && word[1] <= '9') || word[1] == '.');
     return number ? ' ' + word : word;
 }
 
@@ -140,8 +140,7 @@ std::string explained(const host::Failure& failure, const PlantSettings& setting
     if (!rows.empty() && *rows[0]->cause != '\0') {
         out += "; " + plain(rows[0]->cause) + ": " + plain(rows[0]->cure);
     }
-    const std::string which =
-        settings.name.empty() ? settings.url : "--plant " + settings.name;
+    const std::string which = settings.name.empty() ? settings.url : "--plant " + settings.name;
     return out + "; \"nimbhost doctor " + which + "\" looks closer";
 }
 

@@ -28,8 +28,7 @@ void show(const Certificate& certificate, const PlantSettings& settings) {
     say("host names   " + (hosts.empty() ? "none" : harmless(hosts)));
     say("valid        " + dayText(certificate.notBefore()) + " to " +
         dayText(certificate.notAfter()) + (valid ? "" : ": NOT NOW"));
-    say("issued by    " +
-        (certificate.isSelfSigned() ? "itself" : harmless(certificate.issuer())));
+    say("issued by    " + (certificate.isSelfSigned() ? "itself" : harmless(certificate.issuer())));
     say("sha256       " + certificate.sha256());
 }
 
@@ -52,7 +51,8 @@ std::string fileNameFor(const Certificate& certificate) {
     constexpr std::size_t longest = 60;
     std::string name;
     for (const char c : certificate.applicationUri().substr(0, longest)) {
-        const bool kept = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        const bool kept =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
         name += kept ? c : '-';
     }
     return (name.empty() ? "server" : name) + '-' +
@@ -66,8 +66,10 @@ bool isConfirmed(const Certificate& certificate, const std::string& given) {
     if (!given.empty()) {
         const std::string wanted = fingerprintDigits(given);
         if (wanted.size() != digits.size()) {
-            throw BadInput("--fingerprint takes the 64 digits of a SHA-256, with or without "
-                           "colons; not \"" + given + '"');
+            throw BadInput(
+                "--fingerprint takes the 64 digits of a SHA-256, with or without "
+                "colons; not \"" +
+                given + '"');
         }
         return wanted == digits;
     }
@@ -98,15 +100,17 @@ int trust(const PlantSettings& settings, const std::string& fingerprint) {
     const Certificate certificate = fetch(settings);
     show(certificate, settings);
     if (!certificate.isSelfSigned()) {
-        throw BadInput("an authority issued this certificate: put the authority's own certificate (" +
-                       harmless(certificate.issuer()) + ") into " +
-                       (settings.trusted.empty() ? "the trust list folder" : settings.trusted) +
-                       "; its administrator has the file");
+        throw BadInput(
+            "an authority issued this certificate: put the authority's own certificate (" +
+            harmless(certificate.issuer()) + ") into " +
+            (settings.trusted.empty() ? "the trust list folder" : settings.trusted) +
+            "; its administrator has the file");
     }
     if (settings.trusted.empty()) {
         if (!fingerprint.empty()) {
-            throw BadInput("which trust list folder? give --plant NAME; \"nimbhost cert new\" "
-                           "makes the plant's folders");
+            throw BadInput(
+                "which trust list folder? give --plant NAME; \"nimbhost cert new\" "
+                "makes the plant's folders");
         }
         return allWell;  // looked at, no more
     }
@@ -115,8 +119,9 @@ int trust(const PlantSettings& settings, const std::string& fingerprint) {
         return allWell;
     }
     if (fingerprint.empty() && !isTerminal(STDIN_FILENO)) {
-        throw BadInput("nothing trusted: compare the fingerprint with the server's administrator, "
-                       "then give --fingerprint SHA256");
+        throw BadInput(
+            "nothing trusted: compare the fingerprint with the server's administrator, "
+            "then give --fingerprint SHA256");
     }
     if (!isConfirmed(certificate, fingerprint)) {
         std::cerr << "nimbhost: nothing trusted: that is not the fingerprint of this certificate\n";

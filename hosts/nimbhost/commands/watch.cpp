@@ -94,11 +94,11 @@ void Watch::note(const Change& change, host::Library& library) {
     if (tool_.json) {
         sayJson(jsonOf(library, sample, node.overflows));
     } else if (options_.csv) {
-        say(timeText(sample.source) + ',' + csvCell(sample.name) + ',' + csvCell(valueText(sample)) +
-            ',' + csvCell(statusText(library, sample)));
+        say(timeText(sample.source) + ',' + csvCell(sample.name) + ',' +
+            csvCell(valueText(sample)) + ',' + csvCell(statusText(library, sample)));
     } else {
-        say(timeText(sample.source) + "  " + harmless(sample.name) + "  " + valueText(sample) + "  " +
-            statusText(library, sample));
+        say(timeText(sample.source) + "  " + harmless(sample.name) + "  " + valueText(sample) +
+            "  " + statusText(library, sample));
     }
 }
 
@@ -130,7 +130,8 @@ void Watch::recover(Subscription& subscription, const std::string& reason) {
 
 /// Silence may be a plant that rests, a server that hangs, or a connection that ended unnoticed.
 void Watch::watchOver(Subscription& subscription) {
-    const auto silence = std::chrono::duration_cast<milliseconds>(Clock::now() - subscription.lastAnswer());
+    const auto silence =
+        std::chrono::duration_cast<milliseconds>(Clock::now() - subscription.lastAnswer());
     const milliseconds due = subscription.signOfLifeAfter();
     if (silence <= due) {
         if (state_.sentence.starts_with("nothing for")) tell("");
@@ -138,7 +139,8 @@ void Watch::watchOver(Subscription& subscription) {
     }
     const std::string sentence = "nothing for " + durationText(silence) +
                                  ", a sign of life was due after " + durationText(due);
-    if (screen_ || !state_.sentence.starts_with("nothing for")) tell(sentence + "; asking the server");
+    if (screen_ || !state_.sentence.starts_with("nothing for"))
+        tell(sentence + "; asking the server");
     if (Clock::now() - asked_ < std::max(due, milliseconds(1000))) return;
     asked_ = Clock::now();
     show(subscription);
@@ -184,7 +186,8 @@ void Watch::show(const Subscription& subscription) {
     if (state_.paused && !isOver()) {
         return;
     }
-    screen_->draw(pictureOf(state_, subscription, tool_.library(), terminalWidth(), terminalHeight()));
+    screen_->draw(
+        pictureOf(state_, subscription, tool_.library(), terminalWidth(), terminalHeight()));
 }
 
 void Watch::follow(Subscription& subscription) {

@@ -54,11 +54,11 @@ std::vector<std::string> tableLines(const WatchState& state, host::Library& libr
                  {"CHANGES", Column::right},
                  {"LOST", Column::right}});
     for (const WatchedNode& node : state.nodes) {
-        const std::string lost =
-            node.overflows == 0 ? "0" : ">=" + std::to_string(node.overflows);
+        const std::string lost = node.overflows == 0 ? "0" : ">=" + std::to_string(node.overflows);
         table.add({harmless(node.name), node.arrived ? valueText(node.last) : "",
                    node.arrived ? statusText(library, node.last) : "waiting",
-                   node.arrived ? secondsSince(node.when) : "", std::to_string(node.changes), lost});
+                   node.arrived ? secondsSince(node.when) : "", std::to_string(node.changes),
+                   lost});
     }
     std::istringstream in(table.text(width));
     std::vector<std::string> lines;

@@ -22,9 +22,9 @@ struct WatchedNode {
 /// All that a picture shows.
 struct WatchState {
     std::vector<WatchedNode> nodes;
-    std::string server;     ///< host and port
+    std::string server;  ///< host and port
     bool encrypted = false;
-    std::string sentence;   ///< what is wrong just now, or was set right
+    std::string sentence;  ///< what is wrong just now, or was set right
     bool paused = false;
 };
 

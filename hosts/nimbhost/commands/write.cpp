@@ -35,8 +35,7 @@ int writeNode(Tool& tool, const PlantSettings& settings, const std::string& type
     host::Connection connection(tool.library(), plantOf(settings));
     try {
         const Progress progress("writing to " + settings.url + " ...");
-        const NamedNode node =
-            resolveNodes(connection, {typed}, settings.defaultNamespace).front();
+        const NamedNode node = resolveNodes(connection, {typed}, settings.defaultNamespace).front();
         const host::NodeInfo info =
             host::NodeCatalogue(connection).describe(std::vector{node.id}).front();
         try {
@@ -44,12 +43,16 @@ int writeNode(Tool& tool, const PlantSettings& settings, const std::string& type
             if (!dryRun) write.send(connection);
         } catch (const host::Refusal& refusal) {
             const char* type = host::nameOf(info.type);
-            throw BadInput(typed + ": \"" + std::string(text) + "\" is not written: " +
-                           refusal.what() + (*type == '\0' ? "" : std::string("; the node's type is ") + type));
+            throw BadInput(typed + ": \"" + std::string(text) +
+                           "\" is not written: " + refusal.what() +
+                           (*type == '\0' ? "" : std::string("; the node's type is ") + type));
         }
         if (tool.json) {
-            sayJson(Json{{"node", host::notation(node.id)}, {"name", typed}, {"value", text},
-                     {"type", host::nameOf(info.type)}, {"written", !dryRun}});
+            sayJson(Json{{"node", host::notation(node.id)},
+                         {"name", typed},
+                         {"value", text},
+                         {"type", host::nameOf(info.type)},
+                         {"written", !dryRun}});
         } else {
             say(typed + (dryRun ? " would be written: " : " written: ") + std::string(text) + ", " +
                 host::nameOf(info.type));

@@ -40,8 +40,8 @@ void Examination::examine() {
         begin("trust", "comparing certificates ...");
         examineTrust();
     }
-    begin("session", "connecting to " + plant_.url + ", at most " +
-                         std::to_string(plant_.timeout) + " ms ...");
+    begin("session", "connecting to " + plant_.url + ", at most " + std::to_string(plant_.timeout) +
+                         " ms ...");
     if (!examineSession()) return;
     begin("values", "reading and following values, some seconds ...");
     examineValues();

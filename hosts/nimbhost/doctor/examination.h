@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/node_id.h"
 #include "nimbhost/certificates/certificate.h"
 #include "nimbhost/commands/tool.h"
 #include "nimbhost/plant/discovery.h"

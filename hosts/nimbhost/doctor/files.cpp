@@ -67,8 +67,7 @@ void Examination::examineCertificate() {
              "uri = " + uri + " in " + plant_.file.string());
     }
     if (!finding.certificate->hasRsaKey()) {
-        fail(name + " has a key that is not RSA: the stack can use no other",
-             "nimbhost cert new");
+        fail(name + " has a key that is not RSA: the stack can use no other", "nimbhost cert new");
     }
     if (count(Finding::Result::fail) == before) ok(name + "  " + finding.text);
     ownCertificate_ = std::move(finding.certificate);
@@ -82,8 +81,7 @@ void Examination::examineKey() {
         return;
     }
     if (!finding.key || finding.key->fault() != PrivateKey::Fault::none) {
-        const bool password =
-            finding.key && finding.key->fault() == PrivateKey::Fault::password;
+        const bool password = finding.key && finding.key->fault() == PrivateKey::Fault::password;
         fail(name + (password ? " has a password: nobody is there to type it" : " is no key"),
              password ? "a copy without it: openssl pkey -in " + name + " -out KEY"
                       : "the right file, or nimbhost cert new");

@@ -66,8 +66,7 @@ bool Examination::examineNetwork() {
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     const auto asked = Clock::now();
-    const int failure =
-        ::getaddrinfo(target->host.c_str(), target->port.c_str(), &hints, &found);
+    const int failure = ::getaddrinfo(target->host.c_str(), target->port.c_str(), &hints, &found);
     const std::unique_ptr<addrinfo, AddressRelease> addresses(found);
     if (failure != 0) {
         fail("the host name cannot be resolved: " + target->host + " (" + ::gai_strerror(failure) +
@@ -75,8 +74,10 @@ bool Examination::examineNetwork() {
              "the name, or its address in numbers");
         return false;
     }
-    const std::string name = target->host + " is " + textOf(*addresses) + " (" +
-                             durationText(since(asked)) + ')';
+    const std::string address = textOf(*addresses);
+    const std::string name = address == target->host ? address
+                                                     : target->host + " is " + address + " (" +
+                                                           durationText(since(asked)) + ')';
     const auto begun = Clock::now();
     // The stack tries the first address only.
     const int error = openPort(*addresses, milliseconds(plant_.timeout));

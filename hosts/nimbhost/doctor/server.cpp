@@ -50,7 +50,8 @@ void Examination::examineEndpoints(const std::vector<Endpoint>& endpoints) {
     ok('"' + harmless(endpoints[0].serverName) + "\", " + harmless(endpoints[0].applicationUri));
     if (policies.empty()) {
         fail(mode == 3 ? "the server offers no encryption" : "the server offers nothing in clear",
-             mode == 3 ? "switch it on at the server" : "nimbhost cert new, for an encrypted session");
+             mode == 3 ? "switch it on at the server"
+                       : "nimbhost cert new, for an encrypted session");
     } else {
         ok((mode == 3 ? "sign and encrypt: " : "in clear: ") + harmless(joined(policies)));
         const char* wanted = plant_.user ? "user name" : "anonymous";

@@ -33,7 +33,9 @@ class Client {
 
     /// The failure's text, empty for success.
     std::string tryCall(std::string_view entry, const VeltoList& arguments) {
-        const VeltoList result = call(entry, (VeltoList() + handle_).appendList(arguments));
+        VeltoList all = VeltoList() + handle_;
+        all.appendList(arguments);
+        const VeltoList result = call(entry, all);
         return result.at(0).AsLong() == 0 ? "" : result.at(3).AsAString();
     }
 
@@ -50,7 +52,8 @@ class Client {
 /// The policy that the stack chose, by its log.
 std::string policyIn(const std::string& log) {
     static const std::regex uri(R"(SecurityPolicy#([A-Za-z0-9_]+))");
-    static const std::regex chosen(R"([Ss]elected [Ee]ndpoint[^\n]*SecurityPolicy#([A-Za-z0-9_]+))");
+    static const std::regex chosen(
+        R"([Ss]elected [Ee]ndpoint[^\n]*SecurityPolicy#([A-Za-z0-9_]+))");
     std::smatch found;
     return std::regex_search(log, found, chosen) ? found[1].str() : "";
 }
@@ -71,9 +74,9 @@ bool Examination::examineSession() {
     };
     const CauseTable setUp[] = {CauseTable::setUp};
     const std::string refused = client.tryCall(
-        "zfSetupClientC", VeltoList() + plant_.timeout + plant_.mode + absolute(plant_.certificate) +
-                              absolute(plant_.key) + absolute(plant_.trusted) +
-                              absolute(plant_.revoked) + plant_.uri + 0);
+        "zfSetupClientC", VeltoList() + plant_.timeout + plant_.mode +
+                              absolute(plant_.certificate) + absolute(plant_.key) +
+                              absolute(plant_.trusted) + absolute(plant_.revoked) + plant_.uri + 0);
     if (!refused.empty()) {
         refuse("set-up", refused, capture.text(), setUp);
         return false;
@@ -81,9 +84,9 @@ bool Examination::examineSession() {
     const CauseTable encrypted[] = {CauseTable::connect, CauseTable::reach};
     const CauseTable inClear[] = {CauseTable::reach};
     const std::string failure =
-        plant_.user ? client.tryCall("zfConnectUser",
-                                     VeltoList() + plant_.url + *plant_.user + password_)
-                    : client.tryCall("zfConnectB", VeltoList() + plant_.url);
+        plant_.user
+            ? client.tryCall("zfConnectUser", VeltoList() + plant_.url + *plant_.user + password_)
+            : client.tryCall("zfConnectB", VeltoList() + plant_.url);
     const std::string log = capture.text();
     if (!failure.empty()) {
         refuse("connect", failure, log,
@@ -92,8 +95,7 @@ bool Examination::examineSession() {
         return false;
     }
     const std::string policy = policyIn(log);
-    ok(std::string("set up and connected, ") +
-       (plant_.isEncrypted() ? "encrypted" : "in clear") +
+    ok(std::string("set up and connected, ") + (plant_.isEncrypted() ? "encrypted" : "in clear") +
        (policy.empty() ? "" : " with " + policy));
     if (plant_.user && !plant_.isEncrypted()) {
         warn("logged in as " + *plant_.user + " over a session in clear",

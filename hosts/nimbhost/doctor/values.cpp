@@ -61,8 +61,7 @@ void Examination::examineValues() {
     }
 }
 
-void Examination::examineRead(host::Connection& connection,
-                              const std::vector<host::NodeId>& ids) {
+void Examination::examineRead(host::Connection& connection, const std::vector<host::NodeId>& ids) {
     const auto infos = host::NodeCatalogue(connection).describe(ids);
     host::PreparedRead prepared(connection, ids);
     const host::Reading reading = prepared.read();
@@ -119,7 +118,8 @@ void Examination::examineSubscription(host::Connection& connection,
         checkInterrupted();
         for (const Change& change : subscription.poll(milliseconds(100))) {
             if (!first) {
-                first = std::chrono::duration_cast<milliseconds>(Subscription::Clock::now() - begun);
+                first =
+                    std::chrono::duration_cast<milliseconds>(Subscription::Clock::now() - begun);
             }
             changes += change.node == 0 ? 1 : 0;
             overflows += change.sample.hasOverflow() ? 1 : 0;
@@ -137,8 +137,7 @@ void Examination::examineSubscription(host::Connection& connection,
        " overflows; every " + durationText(subscription.interval()) + ", node queue " +
        std::to_string(subscription.nodeQueue()));
     if (lifetime < milliseconds(10000)) {
-        warn("a host that does not poll for " + durationText(lifetime) +
-                 " loses its subscription",
+        warn("a host that does not poll for " + durationText(lifetime) + " loses its subscription",
              "a larger lifetime count or interval");
     } else {
         ok("a host may stop polling for " + durationText(lifetime) + " before it is dropped");

@@ -1,6 +1,7 @@
 #include "nimbhost/page/page.h"
 
 #include <algorithm>
+#include <iterator>
 #include <regex>
 #include <sstream>
 
@@ -35,19 +36,25 @@ class BlockReader {
 
   private:
     Block block_;
-    int depth_ = 0;  ///< of open braces: a repeated block is one example
+    int depth_ = 0;        ///< of open braces: a repeated block is one example
+    bool script_ = false;  ///< within a command's own lines, down to END
     bool skipping_ = false;
 };
 
 void BlockReader::add(int number, const std::string& line, PageError& error) {
     const std::string text = line.substr(std::min(line.find_first_not_of(" \t"), line.size()));
-    if (depth_ > 0) {
+    if (script_) {
+        block_.examples.back().text += '\n' + text;
+        script_ = text != "END";
+    } else if (depth_ > 0) {
         block_.examples.back().text += '\n' + line;
         depth_ -= text.starts_with('}') ? 1 : 0;
     } else if (isScriptLine(text) || isCommand(text)) {
         const bool command = isCommand(text);
-        block_.examples.push_back({number, command ? text.substr(kPrompt.size()) : text, command, ""});
+        block_.examples.push_back(
+            {number, command ? text.substr(kPrompt.size()) : text, command, ""});
         depth_ = text.starts_with("repeat") ? 1 : 0;
+        script_ = command && text.ends_with("<<'END'");
         skipping_ = false;
     } else if (isOtherCommand(text)) {
         skipping_ = true;  // another program's; what it answers is none of ours
@@ -69,15 +76,8 @@ std::string normalised(std::string_view text) {
     static const std::regex time(R"((\d{4}-\d{2}-\d{2}|…)[ T]\d{2}:\d{2}:\d{2}(\.\d+)?Z?)");
     const std::string masked = std::regex_replace(std::string(text), time, "TIME");
     std::string out;
-    for (const char c : masked) {
-        const bool blank = c == ' ' || c == '\n' || c == '\t' || c == '\r';
-        if (!blank) {
-            out += c;
-        } else if (!out.empty() && out.back() != ' ') {
-            out += ' ';
-        }
-    }
-    if (out.ends_with(' ')) out.pop_back();
+    std::copy_if(masked.begin(), masked.end(), std::back_inserter(out),
+                 [](char c) { return c != ' ' && c != '\n' && c != '\t' && c != '\r'; });
     return out;
 }
 
@@ -104,8 +104,8 @@ std::vector<Block> readPage(std::string_view page, PageError& error) {
         }
         const bool plays = std::any_of(lines.begin(), lines.end(), [](const auto& each) {
             const std::size_t at = each.second.find_first_not_of(" \t");
-            const std::string_view begin = std::string_view(each.second).substr(
-                std::min(at, each.second.size()));
+            const std::string_view begin =
+                std::string_view(each.second).substr(std::min(at, each.second.size()));
             return isCommand(begin) || standin::findHelp(firstWord(begin)) != nullptr;
         });
         if (plays && !other) {

@@ -27,13 +27,13 @@ struct PageError {
 };
 
 /// Finds the blocks that hold calls (lines that begin with the name of an entry, "!", set, wait,
-/// repeat or echo) or commands ("$ nimbhost ..."). Other blocks, and those whose fence names another
-/// language, are left out.
+/// repeat or echo) or commands ("$ nimbhost ..."). Other blocks, and those whose fence names
+/// another language, are left out.
 /// @param error  set when the page cannot be read; its line is then not 0
 std::vector<Block> readPage(std::string_view page, PageError& error);
 
-/// Whether an answer is what the page says. Runs of white space count as one blank, time stamps are
-/// all alike, and "..." or "…" stands for anything.
+/// Whether an answer is what the page says. White space does not count, time stamps are all alike,
+/// and "..." or "…" stands for anything.
 bool matches(std::string_view expected, std::string_view actual);
 
 }  // namespace nimb::nimbhost

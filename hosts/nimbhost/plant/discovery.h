@@ -18,7 +18,7 @@ struct Endpoint {
     int mode = 0;                     ///< 1 none, 2 sign, 3 sign and encrypt
     std::vector<std::string> tokens;  ///< "anonymous", "user name", "certificate", "issued token"
     std::optional<Certificate> certificate;
-    std::string certificateBytes;     ///< as the server sent it
+    std::string certificateBytes;  ///< as the server sent it
     std::string applicationUri;
     std::string serverName;
 };

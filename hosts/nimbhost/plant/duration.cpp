@@ -31,10 +31,10 @@ std::string durationText(std::chrono::milliseconds duration) {
     std::array<char, 32> text{};
     if (ms < 1000) {
         std::snprintf(text.data(), text.size(), "%.0f ms", ms);
-    } else if (ms < 180000) {
+    } else if (ms < 60000) {
         std::snprintf(text.data(), text.size(), "%.1f s", ms / 1000);
     } else {
-        std::snprintf(text.data(), text.size(), "%.0f min", ms / 60000);
+        std::snprintf(text.data(), text.size(), "%.3g min", ms / 60000);
     }
     return text.data();
 }

@@ -18,7 +18,8 @@ namespace fs = std::filesystem;
 
 /// Reads one key's value into the settings; paths are taken relative to `folder`. Throws BadInput
 /// without the place.
-using Setter = std::function<void(PlantSettings&, const std::string& value, const fs::path& folder)>;
+using Setter =
+    std::function<void(PlantSettings&, const std::string& value, const fs::path& folder)>;
 
 Setter text(std::string PlantSettings::*member) {
     return [member](PlantSettings& settings, const std::string& value, const fs::path&) {
@@ -135,8 +136,10 @@ PlantSettings readPlantFile(const std::string& name) {
     for (const CLI::ConfigItem& item : items) apply(settings, item, settings.file);
     if (settings.isEncrypted()) {
         for (const auto& [key, value] : {std::pair("certificate", settings.certificate),
-                                         {"key", settings.key}, {"trusted", settings.trusted},
-                                         {"revoked", settings.revoked}, {"uri", settings.uri}}) {
+                                         {"key", settings.key},
+                                         {"trusted", settings.trusted},
+                                         {"revoked", settings.revoked},
+                                         {"uri", settings.uri}}) {
             if (value.empty()) {
                 throw BadInput(settings.file.string() + ": mode = encrypt needs " + key);
             }

@@ -9,6 +9,7 @@ namespace nimb::nimbhost {
 std::string valueText(const Sample& sample) {
     if (sample.value.isNull()) return sample.warning == nullptr ? "-" : sample.warning;
     if (const auto* text = std::get_if<std::string>(&sample.value)) return harmless(*text);
+    if (const auto* time = std::get_if<host::Ticks>(&sample.value)) return host::isoText(*time);
     return harmless(host::json(sample.value));
 }
 

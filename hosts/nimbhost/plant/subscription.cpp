@@ -11,16 +11,16 @@ namespace {
 
 constexpr host::NodeId kServerClock{0, 2258, {}};
 constexpr int kValueAttribute = 13;
-constexpr unsigned kLifetimeCount = 600;
-constexpr unsigned kKeepAliveCount = 10;
+constexpr int kLifetimeCount = 600;
+constexpr int kKeepAliveCount = 10;
 constexpr std::size_t kValueAt = 3;  // behind both times and the status
 
 VeltoList specificationOf(const std::vector<host::NodeId>& nodes) {
     VeltoList properties = VeltoList() + VeltoNull();
     for (const host::NodeId& node : nodes) {
         const std::string name = node.isText() ? node.text : std::to_string(node.number);
-        properties += VeltoList() + VeltoNull() + VeltoNull() + int{node.nameSpace} + name +
-                      kValueAttribute;
+        properties +=
+            VeltoList() + VeltoNull() + VeltoNull() + int{node.nameSpace} + name + kValueAttribute;
     }
     return VeltoList() + VeltoNull() + VeltoNull() + properties;
 }
@@ -39,7 +39,16 @@ Subscription::Subscription(host::Connection& connection, std::vector<std::string
       request_(request) {}
 
 void Subscription::create() {
-    if (infos_.empty()) infos_ = host::NodeCatalogue(connection_).describe(nodes_);
+    if (infos_.empty()) {
+        infos_ = host::NodeCatalogue(connection_).describe(nodes_);
+        for (std::size_t i = 0; i < nodes_.size(); ++i) {
+            if (infos_[i].nodeClass != 0) continue;
+            infos_.clear();
+            throw std::runtime_error(names_[i] +
+                                     ": there is no such node; nimbhost ls shows what "
+                                     "there is");
+        }
+    }
     last_.assign(nodes_.size() + 1, "");
     queued_ = lost_ = 0;
     linesAtOnce_ = 1;
@@ -64,7 +73,8 @@ void Subscription::createOnce(bool withClock) {
         arguments.appendIEEE64(interval);
         arguments = arguments + kLifetimeCount + kKeepAliveCount + 0;
         arguments.appendIEEE64(interval);
-        arguments = arguments + request_.nodeQueue + request_.libraryQueue;
+        arguments =
+            arguments + std::int64_t{request_.nodeQueue} + std::int64_t{request_.libraryQueue};
         return connection_.call("zfCreateSubscriptionB", arguments);
     });
     id_ = result.at(1).AsLong();

@@ -5,7 +5,8 @@
 namespace nimb::nimbhost {
 
 std::optional<HostAndPort> hostAndPort(const std::string& url) {
-    static const std::regex form(R"(opc\.tcp://(?:\[([0-9A-Fa-f:.%]+)\]|([^/:\[\]]+))(?::(\d{1,5}))?(?:/.*)?)");
+    static const std::regex form(
+        R"(opc\.tcp://(?:\[([0-9A-Fa-f:.%]+)\]|([^/:\[\]]+))(?::(\d{1,5}))?(?:/.*)?)");
     std::smatch parts;
     if (!std::regex_match(url, parts, form)) return std::nullopt;
     return HostAndPort{parts[1].matched ? parts[1] : parts[2],

@@ -2,9 +2,11 @@
 
 #include <libsmartcols/libsmartcols.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <string_view>
 
 namespace nimb::nimbhost {
 
@@ -32,6 +34,19 @@ int flagsOf(Column kind) noexcept {
         default:
             return 0;
     }
+}
+
+/// The lines as they are seen, each with its end, which the library leaves out behind the last.
+std::string withoutTrailingBlanks(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        const std::size_t last = text.substr(0, end).find_last_not_of(' ');
+        out += text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+        out += '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return out;
 }
 
 void require(bool done) {
@@ -68,7 +83,7 @@ std::string Table::text(std::size_t width) const {
     char* text = nullptr;
     require(scols_print_table_to_string(table.get(), &text) == 0);
     const std::unique_ptr<char, FreeRelease> owner(text);
-    return text == nullptr ? "" : text;
+    return withoutTrailingBlanks(text == nullptr ? "" : text);
 }
 
 }  // namespace nimb::nimbhost

@@ -11,11 +11,11 @@ inline constexpr std::size_t kNoWidth = 100000;
 
 /// How a column gives way when the terminal is narrow.
 enum class Column {
-    left,       ///< never cut
-    right,      ///< numbers, never cut
-    cut,        ///< loses its end
-    wrapped,    ///< goes on below
-    tree,       ///< carries the branches of a tree
+    left,     ///< never cut
+    right,    ///< numbers, never cut
+    cut,      ///< loses its end
+    wrapped,  ///< goes on below
+    tree,     ///< carries the branches of a tree
 };
 
 struct Heading {

@@ -219,7 +219,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"NoEncryption", "", "connect refused: the server offers no encryption", ""},
         Refusal{"Password", "", "connect refused: wrong user name or password", "server", "client",
                 "user = operator\n"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& each) { return each.param.name; });
 
 // ------------------------------------------------------------------------------------------------
 
@@ -431,8 +431,8 @@ TEST_P(ManualTest, ExamplesAnswerAsThePageSays) {
 
 INSTANTIATE_TEST_SUITE_P(
     Pages, ManualTest, testing::Values("reading.md", "sessions.md", "subscriptions.md"),
-    [](const auto& info) {
-        return std::string(info.param).substr(0, std::string(info.param).find('.'));
+    [](const auto& each) {
+        return std::string(each.param).substr(0, std::string(each.param).find('.'));
     });
 
 }  // namespace

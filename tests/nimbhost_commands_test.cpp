@@ -430,7 +430,7 @@ TEST_P(ManualTest, ExamplesAnswerAsThePageSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Pages, ManualTest, testing::Values("reading.md", "sessions.md", "subscriptions.md"),
+    Pages, ManualTest, testing::Values("nimbhost.md", "reading.md", "sessions.md", "subscriptions.md"),
     [](const auto& each) {
         return std::string(each.param).substr(0, std::string(each.param).find('.'));
     });

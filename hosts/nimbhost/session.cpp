@@ -87,7 +87,7 @@ Outcome Session::callByList(std::string_view entry, const VeltoList& arguments) 
         static_cast<void>(outcome.result.size());
         outcome.failed = outcome.untouched || outcome.result.at(0).AsLong() != 0;
     } catch (const std::exception&) {  // the list reader's word for bytes that are no list
-        outcome.result = {};
+        outcome.result = VeltoList();
         outcome.failed = outcome.cut = true;
     }
     return outcome;

@@ -182,8 +182,9 @@ void Watch::handleKey(Screen& screen) {
 
 void Watch::show(const Subscription& subscription) {
     if (!screen_) return;
+    const bool wasPaused = state_.paused;
     handleKey(*screen_);
-    if (state_.paused && !isOver()) {
+    if (wasPaused && state_.paused && !isOver()) {
         return;
     }
     screen_->draw(

@@ -63,6 +63,9 @@ std::string policyIn(const std::string& log) {
 bool Examination::examineSession() {
     host::Library& library = tool_.library();
     if (plant_.user) password_ = passwordFor(plant_);
+    for (std::string* path : {&plant_.certificate, &plant_.key, &plant_.trusted, &plant_.revoked}) {
+        *path = absolute(*path);  // the capture works in another folder
+    }
     const LogCapture capture(library);
     Client client(library);
     const auto refuse = [this](const char* what, const std::string& failure, const std::string& log,
@@ -74,9 +77,8 @@ bool Examination::examineSession() {
     };
     const CauseTable setUp[] = {CauseTable::setUp};
     const std::string refused = client.tryCall(
-        "zfSetupClientC", VeltoList() + plant_.timeout + plant_.mode +
-                              absolute(plant_.certificate) + absolute(plant_.key) +
-                              absolute(plant_.trusted) + absolute(plant_.revoked) + plant_.uri + 0);
+        "zfSetupClientC", VeltoList() + plant_.timeout + plant_.mode + plant_.certificate +
+                              plant_.key + plant_.trusted + plant_.revoked + plant_.uri + 0);
     if (!refused.empty()) {
         refuse("set-up", refused, capture.text(), setUp);
         return false;

@@ -87,7 +87,7 @@ void Watch::note(const Change& change, host::Library& library) {
     node.arrived = true;
     node.when = Clock::now();
     ++node.changes;
-    node.overflows += change.sample.hasOverflow() ? 1 : 0;
+    node.overflows += change.sample.hasOverflow() ? 1U : 0U;
     ++seen_;
     if (screen_) return;
     const Sample& sample = change.sample;

@@ -121,8 +121,8 @@ void Examination::examineSubscription(host::Connection& connection,
                 first =
                     std::chrono::duration_cast<milliseconds>(Subscription::Clock::now() - begun);
             }
-            changes += change.node == 0 ? 1 : 0;
-            overflows += change.sample.hasOverflow() ? 1 : 0;
+            changes += change.node == 0 ? 1U : 0U;
+            overflows += change.sample.hasOverflow() ? 1U : 0U;
         }
     }
     if (!first) {

@@ -54,7 +54,7 @@ const std::map<std::string, Setter>& setters() {
         {"uri", text(&S::uri)},
         {"password-file", path(&S::passwordFile)},
         {"user", [](S& s, const std::string& value, const fs::path&) { s.user = value; }},
-        {"mode", choice(&S::mode, {{"none", 1}, {"encrypt", 3}}, "none or encrypt")},
+        {"mode", choice(&S::mode, {{"none", 1}, {"sign", 2}, {"encrypt", 3}}, "none or encrypt")},
         {"string-mode", choice(&S::stringMode, {{"utf8", 0}, {"utf16", 1}}, "utf8 or utf16")},
         {"timeout",
          [](S& s, const std::string& value, const fs::path&) {

@@ -18,7 +18,7 @@ struct PlantSettings {
     std::filesystem::path file;  ///< the plant file; empty without one
     std::string url;
     int timeout = 3000;  ///< milliseconds
-    int mode = 1;        ///< 1 in clear, 3 signed and encrypted
+    int mode = 1;        ///< 1 in clear, 2 signed (the library refuses it), 3 encrypted
     std::string certificate, key, trusted, revoked, uri;
     int stringMode = 0;  ///< 0: 8-bit texts, 1: 16-bit texts
     std::optional<std::string> user;
@@ -36,7 +36,8 @@ inline constexpr const char* kPlantFolder = "/etc/nimbopcua";
 std::filesystem::path findPlantFile(const std::string& name);
 
 /// Reads `key = value` lines; # begins a comment. Paths are relative to the file's own folder.
-/// Keys: url, timeout, mode (none, encrypt), certificate, key, trusted, revoked, uri, string-mode
+/// Keys: url, timeout, mode (none, encrypt; sign is read, and refused by the
+/// library), certificate, key, trusted, revoked, uri, string-mode
 /// (utf8, utf16), user, password-file, namespace. Throws BadInput with file and line.
 PlantSettings readPlantFile(const std::string& name);
 

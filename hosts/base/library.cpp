@@ -152,6 +152,7 @@ std::optional<std::vector<unsigned char>> Library::call(std::string_view entry,
     if (withoutInput && !arguments.empty()) {
         throw CallError(std::string(entry) + " takes no arguments");
     }
+    if (observer_) observer_(entry, VeltoROList(arguments.data(), arguments.size()));
     const Turn turn;
     passArguments(arguments);
     checkReturned(called, withoutInput ? functionOf<int (*)(nimb_string*)>(called)(out_.get())

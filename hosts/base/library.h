@@ -3,6 +3,7 @@
 #include <nimbopcua/callout_table.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -50,6 +51,10 @@ class Library {
     /// The row named `entry`, or null.
     const nimb_callout_row* find(std::string_view entry) const noexcept;
 
+    /// Is told of every call before it is made: the entry and its arguments.
+    using Observer = std::function<void(std::string_view entry, const VeltoROList& arguments)>;
+    void observe(Observer observer) { observer_ = std::move(observer); }
+
     /// Calls a "Bb" or "B" entry; a "B" entry takes no arguments.
     /// @param arguments  an encoded list of at most 32767 bytes
     /// @return a copy of the result list's bytes; nothing when nothing was written, because the
@@ -86,6 +91,7 @@ class Library {
 
     std::span<const nimb_callout_row> rows_;
     Care care_;
+    Observer observer_;
     // Too large for a stack, and used again by each call.
     std::unique_ptr<nimb_string> in_ = std::make_unique<nimb_string>();
     std::unique_ptr<nimb_string> out_ = std::make_unique<nimb_string>();

@@ -175,16 +175,22 @@ std::string fieldName(std::string_view fields, std::size_t index) {
 std::string suggestion(std::string_view typed, const std::vector<std::string_view>& names) {
     constexpr std::size_t most = 3;
     const std::string wanted = lowerCase(typed);
-    std::string out;
-    std::size_t found = 0;
+    // A third of a word may be wrong; in a longer one more of it is a slip.
+    const std::size_t slips = std::clamp<std::size_t>(wanted.size() / 3, 1, most);
+    std::vector<std::pair<std::size_t, std::string_view>> near;
     for (const std::string_view name : names) {
         const std::string candidate = lowerCase(name);
         const bool part = wanted.size() > 2 && candidate.find(wanted) != std::string::npos;
-        if (found < most && (part || distance(wanted, candidate) <= most)) {
-            out += (found++ == 0 ? "; did you mean " : " or ") + std::string(name);
-        }
+        const std::size_t away = distance(wanted, candidate);
+        if (part || away <= slips) near.emplace_back(part ? std::min(away, slips) : away, name);
     }
-    return out + (found == 0 ? "" : "?");
+    std::stable_sort(near.begin(), near.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::string out;
+    for (std::size_t i = 0; i < std::min(near.size(), most); ++i) {
+        out += (i == 0 ? "; did you mean " : " or ") + std::string(near[i].second);
+    }
+    return out + (near.empty() ? "" : "?");
 }
 
 }  // namespace nimb::standin

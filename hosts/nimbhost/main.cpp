@@ -1,132 +1,141 @@
-// nimbhost: tries the library without the database. See help_text.cpp for what it can do.
+// nimbhost: what a host would do with the library, at the command line. The commands stand in
+// commands/, one file each.
 
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <string>
-#include <vector>
 
-#include "nimbhost/command_line.h"
-#include "nimbhost/default_library.h"
+#include "nimbhost/commands/tool.h"
 #include "nimbhost/entry_table.h"
-#include "nimbhost/script_runner.h"
-#include "nimbhost/value_parser.h"
+#include "nimbhost/script.h"
+#include "nimbhost/terminal/interruption.h"
 
-namespace nimb::standin {
+namespace nimb::nimbhost {
 
 namespace {
 
-enum ExitStatus { asExpected = 0, callFailed = 1, wrongInput = 2, notLoaded = 3 };
+constexpr const char* kFooter =
+    R"(Values, scripts and entries: nimbhost help values, help scripts, help ENTRY.
+Exit status: 0 all well, 1 a call or a check failed, 2 wrong command line, script or value, 3 the
+library cannot be loaded, 4 nothing came within --within, 128 + signal after an interruption.)";
 
-std::string libraryPath(const CommandLine& line) {
-    if (!line.library.empty()) {
-        return line.library;
-    }
-    const char* fromEnvironment = std::getenv("NIMBOPCUA_LIBRARY");
-    return fromEnvironment != nullptr && *fromEnvironment != '\0' ? fromEnvironment
-                                                                  : defaultLibrary();
+void addShared(CLI::App& app, Tool& tool) {
+    app.add_option("--library", tool.libraryPath,
+                   "the shared library; left out: $NIMBOPCUA_LIBRARY, or the one built along")
+        ->type_name("PATH");
+    app.add_flag("--json", tool.json, "one JSON object a line");
+    app.add_flag("--show-calls", tool.showCalls,
+                 "print the calls that a host has to make, on the standard error stream");
+    app.add_flag("--hex", tool.hex, "call, run, setup: show bytes");
+    app.add_flag("--raw", tool.raw,
+                 "call, run: never take text for a nested list, which has the same encoding");
+    app.add_option("--define", tool.definitions,
+                   "call, run, shell: give $NAME a value, typed as an argument; may be repeated")
+        ->type_name("NAME=VALUE")
+        ->take_all()
+        ->allow_extra_args(false);
 }
 
-/// Parses one value given on the command line; `place` names it in errors.
-VeltoList typedValue(const std::string& place, const std::string& text,
-                     const Variables& variables) try {
-    return parseValue(text, 0, variables);
-} catch (const SyntaxError& error) {
-    throw InputError(place, text, error.position(), error.what());
+void addCommands(CLI::App& app, Tool& tool) {
+    for (const auto add :
+         {addDoctor, addExplain, addCert, addTrust, addEndpoints, addLs, addRead, addWrite,
+          addWatch, addFit, addSetup, addCheck, addShell, addCall, addRun, addList, addHelp}) {
+        add(app, tool);
+    }
 }
 
-Variables definedVariables(const CommandLine& line) {
-    Variables variables;
-    for (const auto& [name, text] : line.definitions) {
-        variables.set(name, typedValue("--define " + name, text, variables));
+/// What the parser could not place belongs to call; to other commands it is a mistake.
+void checkExtras(const CLI::App& app, const Tool& tool) {
+    if (app.get_subcommands().empty()) {
+        if (tool.extras.empty()) throw BadInput("a command is missing; nimbhost --help lists them");
+        std::vector<std::string> names;
+        for (const CLI::App* each : app.get_subcommands({})) names.push_back(each->get_name());
+        const std::string& typed = tool.extras[0];
+        throw BadInput("unknown command \"" + typed + '"' +
+                       standin::suggestion(typed, {names.begin(), names.end()}));
     }
-    return variables;
+    for (const std::string& extra : tool.extras) {
+        if (extra.starts_with('-')) throw BadInput("unknown option " + extra);
+        if (!app.got_subcommand("call")) throw BadInput("nothing may follow here: " + extra);
+    }
 }
 
-std::string readScript(const std::string& name) {
-    std::ifstream file;
-    if (name != "-") {
-        file.open(name, std::ios::binary);
-        if (!file) throw UsageError("cannot read the script " + name);
+int carryOut(std::vector<std::string> words) {
+    Tool tool;
+    CLI::App app("Tries OPC UA servers and the library as a database host uses it.", "nimbhost");
+    app.set_version_flag("--version", "nimbhost " NIMB_VERSION);
+    app.set_help_all_flag("--help-all", "the options of all commands");
+    app.footer(kFooter);
+    app.fallthrough();
+    app.allow_extras();
+    app.require_subcommand(0, 1);
+    addShared(app, tool);
+    addCommands(app, tool);
+    for (std::string& word : words) word = guarded(word);
+    std::reverse(words.begin(), words.end());  // the parser takes them from the end
+    try {
+        app.parse(std::move(words));
+    } catch (const CLI::Success& asked) {  // --help, --version
+        return app.exit(asked, std::cout, std::cerr);
+    } catch (const CLI::ParseError& error) {
+        throw BadInput(error.what());
     }
-    std::istream& in = name == "-" ? std::cin : file;
-    std::string script{std::istreambuf_iterator<char>(in), {}};
-    if (in.bad()) throw UsageError("cannot read the script " + name);
-    return script;
-}
-
-int callOne(const CommandLine& line, Session& session, ScriptRunner& runner) {
-    const std::string& entry = line.operands[0];
-    if (session.library().find(entry) == nullptr) {
-        throw UsageError("unknown entry \"" + entry + '"' +
-                         suggestion(entry, session.entryNames()));
-    }
-    VeltoList arguments;
-    for (std::size_t i = 1; i < line.operands.size(); ++i) {
-        arguments.appendList(
-            typedValue("value " + std::to_string(i), line.operands[i], session.variables()));
-    }
-    return runner.call(entry, arguments, false) ? asExpected : callFailed;
-}
-
-int runScript(const CommandLine& line, Session& session, ScriptRunner& runner) {
-    const std::string& name = line.operands[0];
-    const std::vector<Statement> script =
-        parseScript(name == "-" ? "standard input" : name, readScript(name), session.variables(),
-                    session.entryNames());
-    const Statement* failed = runner.run(script);
-    if (failed == nullptr) {
-        return asExpected;
-    }
-    std::cerr << "nimbhost: " << failed->place << ": this call "
-              << (failed->failureExpected ? "succeeded, but was to fail" : "failed") << "\n    "
-              << failed->text << '\n';
-    return callFailed;
-}
-
-int carryOut(const CommandLine& line) {
-    if (line.help || (line.command == "help" && line.operands.empty())) {
-        std::cout << helpText();
-        return asExpected;
-    }
-    if (line.command == "list" || line.command == "help") {
-        std::cout << (line.command == "list" ? entryList() : entryHelp(line.operands[0]));
-        return asExpected;
-    }
-    host::Library library(libraryPath(line));
-    Session session(library, definedVariables(line));
-    Report report(std::cout, library, line.report);
-    ScriptRunner runner(session, report);
-    return line.command == "call" ? callOne(line, session, runner)
-                                  : runScript(line, session, runner);
-}
-
-int complain(const std::exception& error, ExitStatus status, const char* advice = "") {
+    tool.extras = app.remaining(true);
+    checkExtras(app, tool);
+    const int status = tool.action();
     std::cout << std::flush;
-    std::cerr << "nimbhost: " << error.what() << '\n' << advice;
     return status;
+}
+
+int complain(std::string_view text, int status) {
+    // Results that were written stay; what could not be written is given up.
+    std::cout.exceptions(std::ios::goodbit);
+    std::cout << std::flush;
+    std::cerr << "nimbhost: " << text << '\n';
+    return status;
+}
+
+/// The exit status of the exception under way.
+int statusOfFailure() {
+    try {
+        throw;
+    } catch (const Interrupted& interruption) {
+        return signalled + interruption.signal();
+    } catch (const std::ios_base::failure&) {
+        const int error = errno;
+        if (pendingSignal() != 0) return signalled + pendingSignal();
+        return complain(std::string("cannot write the results: ") + std::strerror(error), failed);
+    } catch (const BadInput& error) {
+        return complain(error.what(), wrongInput);
+    } catch (const standin::InputError& error) {
+        return complain(error.what(), wrongInput);
+    } catch (const host::LoadError& error) {
+        return complain(std::string(error.what()) + "; choose another with --library PATH",
+                        notLoaded);
+    } catch (const std::exception& error) {
+        return complain(error.what(), failed);
+    }
 }
 
 }  // namespace
 
-}  // namespace nimb::standin
+}  // namespace nimb::nimbhost
 
 int main(int count, char** words) {
-    using namespace nimb;
-    using namespace nimb::standin;
+    using namespace nimb::nimbhost;
+    // How wide letters are is a matter of the locale; all text here is UTF-8.
+    if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) {
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
+    catchSignals();
+    std::cout.exceptions(std::ios::badbit | std::ios::failbit);
     try {
-        return carryOut(parseCommandLine({words + 1, words + count}));
-    } catch (const UsageError& error) {
-        return complain(error, wrongInput, "Try \"nimbhost --help\".\n");
-    } catch (const host::LoadError& error) {
-        return complain(error, notLoaded, "Choose another library with --library PATH.\n");
-    } catch (const InputError& error) {
-        return complain(error, wrongInput);
-    } catch (const host::CallError& error) {
-        return complain(error, callFailed);
-    } catch (const std::exception& error) {
-        return complain(error, callFailed);
+        return carryOut({words + 1, words + count});
+    } catch (...) {
+        return statusOfFailure();
     }
 }

@@ -25,12 +25,10 @@ struct Notation {
     const char* real;
     const char* single;
     const char* undefined;
-    bool json;
 };
 
-constexpr Notation kArguments{", ", "", "", "", "", "f:", "f32:", "null", false};
-constexpr Notation kTyped{" ", "i:", "d:", "s:", "", "f:", "f32:", "n", false};
-constexpr Notation kJson{", ", "", "", "", "", "", "", "null", true};
+constexpr Notation kArguments{", ", "", "", "", "", "f:", "f32:", "null"};
+constexpr Notation kTyped{" ", "i:", "d:", "s:", "", "f:", "f32:", "n"};
 
 // Deeper nesting shows as bytes: nobody reads it, and each level costs a pass over what is inside.
 constexpr int kMaxDepth = 32;
@@ -39,33 +37,24 @@ std::string_view textOf(const ItemPayload& payload) {
     return {reinterpret_cast<const char*>(payload.bytes), payload.length};
 }
 
-/// Canonical text; JSON wants a digit in front of the point.
-std::string decimalText(const DecimalValue& value, bool json) {
+/// Canonical text.
+std::string decimalText(const DecimalValue& value) {
     if (value.mantissa == std::numeric_limits<long long>::min()) {  // dblstr has no digits for it
         return std::to_string(value.mantissa) + 'E' + std::to_string(value.exponent);
     }
-    std::string text = VeltoROList::dblstr(static_cast<int>(value.exponent), value.mantissa);
-    const std::size_t first = text[0] == '-' ? 1 : 0;
-    if (json && text[first] == '.') {
-        text.insert(first, 1, '0');
-    }
-    return text;
+    return VeltoROList::dblstr(static_cast<int>(value.exponent), value.mantissa);
 }
 
 template <typename Real>
-std::string realText(Real value, bool json) {
+std::string realText(Real value) {
     if (!std::isfinite(value)) {
-        const char* name = std::isnan(value) ? "NaN" : value < 0 ? "-Infinity" : "Infinity";
-        return json ? jsonQuoted(std::string_view(name)) : name;
+        return std::isnan(value) ? "NaN" : value < 0 ? "-Infinity" : "Infinity";
     }
     char digits[40];
     return {digits, std::to_chars(digits, digits + sizeof digits, value).ptr};
 }
 
 std::string wideText(const VeltoListItem& item, const Notation& notation) {
-    if (notation.json) {
-        return jsonQuoted(std::u16string_view(item.AsWString()));
-    }
     std::string text = quoted(std::u16string_view(item.AsWString()));
     if (*notation.text != '\0') {
         text.insert(1, 1, ':');  // u"x" becomes u:"x", like the other prefixes
@@ -74,12 +63,7 @@ std::string wideText(const VeltoListItem& item, const Notation& notation) {
 }
 
 std::string byteText(const ItemPayload& payload, const Notation& notation) {
-    const std::string_view text = textOf(payload);
-    if (!notation.json) {
-        return notation.text + quoted(text);
-    }
-    return isUtf8(text) ? jsonQuoted(text)
-                        : R"({"hex": ")" + hexDigits({payload.bytes, payload.length}) + R"("})";
+    return notation.text + quoted(textOf(payload));
 }
 
 std::string listText(const VeltoROList& list, const Notation& notation, Nesting nesting, int depth);
@@ -103,12 +87,11 @@ std::string itemText(const VeltoListItem& item, const Notation& notation, Nestin
             return notation.integer + std::to_string(payload.integer());
         case item_code::kPosDecimal:
         case item_code::kNegDecimal:
-            return notation.decimal + decimalText(payload.decimal(), notation.json);
+            return notation.decimal + decimalText(payload.decimal());
         case item_code::kIeee:
             return payload.length == sizeof(float)
-                       ? notation.single +
-                             realText(static_cast<float>(payload.ieee()), notation.json)
-                       : notation.real + realText(payload.ieee(), notation.json);
+                       ? notation.single + realText(static_cast<float>(payload.ieee()))
+                       : notation.real + realText(payload.ieee());
         default:
             throw std::exception();
     }
@@ -195,10 +178,6 @@ std::string describe(const VeltoROList& list, Nesting nesting) {
 
 std::string typed(const VeltoROList& list, Nesting nesting) {
     return listText(list, kTyped, nesting, 0);
-}
-
-std::string json(const VeltoROList& list, Nesting nesting) {
-    return '[' + listText(list, kJson, nesting, 0) + ']';
 }
 
 std::string describeItem(const VeltoListItem& item, Nesting nesting, std::size_t indent,

@@ -36,10 +36,6 @@ std::string describe(const VeltoROList& list, Nesting nesting = Nesting::guess);
 /// items, none inside the brackets.
 std::string typed(const VeltoROList& list, Nesting nesting = Nesting::guess);
 
-/// A JSON array. Numbers keep all their digits; NaN and infinities are strings, undefined items
-/// are null, and bytes that are not UTF-8 are an object: {"hex": "00ff"}.
-std::string json(const VeltoROList& list, Nesting nesting = Nesting::guess);
-
 /// One item as describe() shows it, a list that does not fit broken into several lines. `indent` is
 /// the column at which it begins, `width` the columns of a line.
 std::string describeItem(const VeltoListItem& item, Nesting nesting, std::size_t indent,

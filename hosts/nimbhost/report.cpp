@@ -1,16 +1,20 @@
 #include "nimbhost/report.h"
 
 #include <algorithm>
+#include <functional>
+#include <set>
 #include <vector>
 
+#include "list/item_payload.h"
 #include "nimbhost/entry_table.h"
+#include "nimbhost/json_result.h"
+#include "nimbhost/terminal/terminal.h"
 #include "nimbhost/text_escape.h"
 
 namespace nimb::standin {
 
 namespace {
 
-constexpr std::size_t kWidth = 100;
 constexpr std::size_t kIndent = 4;
 constexpr std::size_t kDeeper = 6;
 
@@ -63,7 +67,7 @@ void Report::call(std::string_view entry, const VeltoROList& arguments) {
         const VeltoROList alone(item.header(), item.size());
         const std::string text = (i == 0 ? "  " : ", ") + name + " = " +
                                  (name == "password" ? "***" : describe(alone, options_.nesting));
-        const bool wraps = i > 0 && column + text.size() > kWidth;
+        const bool wraps = i > 0 && column + text.size() > nimbhost::terminalWidth();
         out_ << (wraps ? ",\n    " + text.substr(2) : text);
         column = wraps ? kIndent + text.size() : column + text.size();
     }
@@ -77,13 +81,17 @@ void Report::call(std::string_view entry, const VeltoROList& arguments) {
 
 void Report::outcome(std::string_view entry, const Outcome& outcome, bool failureExpected) {
     if (options_.form == ReportOptions::Form::json) {
-        out_ << (outcome.untouched ? "null" : json(outcome.result, options_.nesting)) << '\n';
+        out_ << jsonOf(entry, outcome, options_.nesting)
+                    .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+             << std::endl;
         return;
     }
     out_ << (!outcome.failed ? "  -> success" : "  -> failure")
          << (outcome.failed && failureExpected ? ", as expected" : "") << '\n';
     if (outcome.untouched) {
         out_ << "    nothing was written: the result does not fit into the host's 32767 bytes\n";
+    } else if (outcome.cut) {
+        out_ << "    what arrived is no list: the result has more than 65536 bytes and was cut\n";
     } else if (options_.form == ReportOptions::Form::hex) {
         out_ << hexDump({outcome.result.data(), outcome.result.datalength()});
     } else {
@@ -95,12 +103,13 @@ void Report::outcome(std::string_view entry, const Outcome& outcome, bool failur
 }
 
 void Report::fields(std::string_view names, const VeltoROList& items, std::size_t first) {
+    const std::size_t width = nimbhost::terminalWidth();
     std::vector<std::string> labels;
     std::size_t widest = 0;
     for (std::size_t i = first; i < items.size(); ++i) {
         labels.push_back(fieldName(names, i - first));
-        const std::size_t width = labels.back().size();
-        widest = hasShape(labels.back()) ? widest : std::max(widest, width);
+        const std::string& label = labels.back();
+        widest = hasShape(label) ? widest : std::max(widest, label.size());
     }
     for (std::size_t i = 0; i < labels.size(); ++i) {
         const VeltoListItem item = items.at(first + i);
@@ -109,14 +118,40 @@ void Report::fields(std::string_view names, const VeltoROList& items, std::size_
         if (hasShape(label)) {
             out_ << label << " =\n"
                  << std::string(kDeeper, ' ')
-                 << describeItem(item, options_.nesting, kDeeper, kWidth) << '\n';
+                 << describeItem(item, options_.nesting, kDeeper, width) << '\n';
+            nestedStatuses(item);
             continue;
         }
         const std::string meaning = nameOfCode(label, item);
         label.resize(std::max(label.size(), widest), ' ');
-        const std::size_t left = kWidth - std::min(kWidth / 2, label.size() + 3);
+        const std::size_t left = width - std::min(width / 2, label.size() + 3);
         out_ << label << " = " << describeItem(item, options_.nesting, kIndent, left)
              << (meaning.empty() ? "" : "  ") << meaning << '\n';
+    }
+}
+
+/// The names of the statuses other than Good inside nested lists, below them: a value stands there
+/// as a list of two times, its status and itself.
+void Report::nestedStatuses(const VeltoListItem& item) {
+    std::set<long long> statuses;
+    const std::function<void(const VeltoListItem&, int)> look = [&](const VeltoListItem& each,
+                                                                    int depth) {
+        const ItemPayload payload(each);
+        constexpr int deepest = 32;
+        if (depth > deepest || payload.type != item_code::kBytes ||
+            !looksLikeList({payload.bytes, payload.length})) {
+            return;
+        }
+        const VeltoROList list = each.AsVeltoROList();
+        const bool value = list.size() > 3 && list.at(0).Type() == item_code::kUnicode &&
+                           list.at(1).Type() == item_code::kUnicode;
+        if (value && list.at(2).AsLongLong() != 0) statuses.insert(list.at(2).AsLongLong());
+        for (const VeltoListItem inner : list) look(inner, depth + 1);
+    };
+    look(item, 0);
+    for (const long long status : statuses) {
+        out_ << std::string(kDeeper, ' ') << "status " << status << " is "
+             << library_.statusName(static_cast<std::uint32_t>(status) & 0xFFFF0000U) << '\n';
     }
 }
 

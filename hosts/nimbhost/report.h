@@ -13,7 +13,7 @@ namespace nimb::standin {
 struct ReportOptions {
     enum class Form {
         text,  ///< named arguments and results
-        json,  ///< one JSON array per call and line, nothing else
+        json,  ///< one JSON object per call and line, nothing else
         hex,   ///< the result's bytes
     };
     Form form = Form::text;
@@ -35,6 +35,7 @@ class Report {
   private:
     void fields(std::string_view names, const VeltoROList& items, std::size_t first);
     std::string nameOfCode(std::string_view name, const VeltoListItem& item);
+    void nestedStatuses(const VeltoListItem& item);
 
     std::ostream& out_;
     host::Library& library_;

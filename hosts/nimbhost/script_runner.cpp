@@ -1,8 +1,8 @@
 #include "nimbhost/script_runner.h"
 
 #include <chrono>
-#include <thread>
 
+#include "nimbhost/terminal/interruption.h"
 #include "nimbhost/value_parser.h"
 
 namespace nimb::standin {
@@ -30,7 +30,7 @@ bool ScriptRunner::runOne(const Statement& statement) {
             report_.heading(statement.name);
             return true;
         case Statement::Kind::wait:
-            std::this_thread::sleep_for(std::chrono::milliseconds(statement.count));
+            nimbhost::interruptibleSleep(std::chrono::milliseconds(statement.count));
             return true;
         case Statement::Kind::set:
             session_.variables().set(statement.name, values(statement));
@@ -41,10 +41,20 @@ bool ScriptRunner::runOne(const Statement& statement) {
 }
 
 bool ScriptRunner::call(std::string_view entry, const VeltoList& arguments, bool failureExpected) {
+    nimbhost::checkInterrupted();
     report_.call(entry, arguments);
     const Outcome outcome = session_.call(entry, arguments);
     report_.outcome(entry, outcome, failureExpected);
     return outcome.failed == failureExpected;
+}
+
+std::string ScriptRunner::quietly(const Statement& statement) {
+    if (statement.kind != Statement::Kind::call) {
+        runOne(statement);
+        return {};
+    }
+    const Outcome outcome = session_.call(statement.name, values(statement));
+    return outcome.untouched || outcome.cut ? "(too long)" : describe(outcome.result);
 }
 
 VeltoList ScriptRunner::values(const Statement& statement) const try {

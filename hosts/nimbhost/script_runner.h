@@ -19,6 +19,10 @@ class ScriptRunner {
     /// Throws InputError and CallError.
     const Statement* run(const std::vector<Statement>& statements);
 
+    /// Carries one statement out without a report. Returns the result list of a call as
+    /// describe() shows it, nothing for other statements. Throws InputError and CallError.
+    std::string quietly(const Statement& statement);
+
     /// Makes one call. Returns whether it ended as expected.
     bool call(std::string_view entry, const VeltoList& arguments, bool failureExpected);
 

@@ -50,8 +50,30 @@ Outcome Session::call(std::string_view entry, const VeltoList& arguments) {
     } else {
         outcome = callByList(entry, arguments);
     }
+    noteClient(entry, arguments, outcome);
     keep(entry, outcome);
     return outcome;
+}
+
+Session::~Session() {
+    for (const long long client : clients_) {
+        try {
+            library_.call("zfDestroyClientB", VeltoList() + client);
+        } catch (const std::exception&) {  // the others still want to go
+        }
+    }
+}
+
+void Session::noteClient(std::string_view entry, const VeltoList& arguments,
+                         const Outcome& outcome) {
+    if (outcome.failed) {
+        return;
+    }
+    if (entry == "zfCreateClientB") {
+        clients_.insert(outcome.result.at(1).AsLongLong());
+    } else if (entry == "zfDestroyClientB") {
+        clients_.erase(arguments.at(0).AsLongLong());
+    }
 }
 
 Outcome Session::callByList(std::string_view entry, const VeltoList& arguments) {
@@ -65,7 +87,8 @@ Outcome Session::callByList(std::string_view entry, const VeltoList& arguments) 
         static_cast<void>(outcome.result.size());
         outcome.failed = outcome.untouched || outcome.result.at(0).AsLong() != 0;
     } catch (const std::exception&) {  // the list reader's word for bytes that are no list
-        throw host::CallError(std::string(entry) + " answered bytes that are no list");
+        outcome.result = VeltoList();
+        outcome.failed = outcome.cut = true;
     }
     return outcome;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,7 @@ struct Outcome {
     bool hasStatus = true;   ///< all entries but the two test entries answer a status
     bool failed = false;     ///< status other than 0, or no result at all
     bool untouched = false;  ///< nothing was written
+    bool cut = false;        ///< what was written is no list: the front of one beyond 65536 bytes
 };
 
 /// Calls entries of any kind by name and keeps the variables that calls set.
@@ -24,6 +26,11 @@ class Session {
   public:
     /// Declares the variables that calls set; `variables` has values for others, or for them too.
     Session(host::Library& library, Variables variables);
+    /// Destroys the clients that are still there: a session that nobody closes stays on the plant's
+    /// server for minutes.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
     /// Calls an entry; $result becomes its whole result, $handle and its like the first item of a
     /// successful one. Throws CallError.
@@ -36,9 +43,11 @@ class Session {
   private:
     Outcome callByList(std::string_view entry, const VeltoList& arguments);
     void keep(std::string_view entry, const Outcome& outcome);
+    void noteClient(std::string_view entry, const VeltoList& arguments, const Outcome& outcome);
 
     host::Library& library_;
     Variables variables_;
+    std::set<long long> clients_;  ///< handles created and not destroyed yet
 };
 
 }  // namespace nimb::standin

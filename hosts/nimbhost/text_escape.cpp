@@ -1,5 +1,7 @@
 #include "nimbhost/text_escape.h"
 
+#include "convert/utf.h"
+
 namespace nimb::standin {
 
 namespace {
@@ -58,65 +60,46 @@ void escapeUnits(std::string& out, std::u16string_view units) {
     }
 }
 
-/// The text between quotation marks. `escapeOther` writes what can neither be shown nor has a
-/// common escape: called with the output, the character and its units.
-template <typename Text, typename EscapeOther>
-std::string quotedText(Text text, EscapeOther escapeOther) {
+void appendAsUtf8(std::string& out, std::string_view bytes) { out += bytes; }
+
+void appendAsUtf8(std::string& out, std::u16string_view units) {
+    const std::size_t before = out.size();
+    out.resize(before + *utf8Length(units));
+    writeUtf8(units, out.data() + before);
+}
+
+/// The text between quotation marks.
+template <typename Text>
+std::string quotedText(Text text) {
     std::string out = "\"";
     while (!text.empty()) {
         const Character next = firstCharacter(text);
         if (const char* escape = commonEscape(next.code)) {
             out += escape;
         } else if (next.valid && !isControl(next.code)) {
-            appendUtf8(out, next.code);
+            appendAsUtf8(out, text.substr(0, next.size));
         } else {
-            escapeOther(out, next, text.substr(0, next.size));
+            escapeUnits(out, text.substr(0, next.size));
         }
         text.remove_prefix(next.size);
     }
     return out + '"';
 }
 
-template <typename Text>
-std::string sourceText(Text text) {
-    return quotedText(
-        text, [](std::string& out, const Character&, Text units) { escapeUnits(out, units); });
-}
-
-template <typename Text>
-std::string jsonText(Text text) {
-    return quotedText(text, [](std::string& out, const Character& character, Text) {
-        out += "\\u";
-        appendHex(out, character.code, 4);
-    });
-}
-
 }  // namespace
 
 Character firstCharacter(std::string_view utf8) noexcept {
-    const auto byte = [utf8](std::size_t i) { return static_cast<unsigned char>(utf8[i]); };
-    const char32_t first = byte(0);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
-    if (size == 0 || size > utf8.size()) {
+    const auto first = static_cast<unsigned char>(utf8[0]);
+    const std::size_t size = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    unsigned char units[2 * 4]{};
+    const auto written =
+        size > utf8.size() ? std::nullopt : writeUtf16(utf8.substr(0, size), units);
+    if (!written) {
         return {.code = first};
     }
-    char32_t code = size == 1 ? first : first & (0x7FU >> size);
-    for (std::size_t i = 1; i < size; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) {
-            return {.code = first};
-        }
-        code = code << 6 | (byte(i) & 0x3FU);
-    }
-    constexpr char32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (code < least[size] || code > 0x10FFFF || isSurrogate(code)) {
-        return {.code = first};
-    }
-    return {code, size, true};
+    const char16_t decoded[2] = {static_cast<char16_t>(units[0] | units[1] << 8),
+                                 static_cast<char16_t>(units[2] | units[3] << 8)};
+    return {firstCharacter(std::u16string_view(decoded, *written)).code, size, true};
 }
 
 Character firstCharacter(std::u16string_view utf16) noexcept {
@@ -128,25 +111,6 @@ Character firstCharacter(std::u16string_view utf16) noexcept {
         return {.code = first};
     }
     return {0x10000 + ((first & 0x3FF) << 10 | (utf16[1] & 0x3FFU)), 2, true};
-}
-
-void appendUtf8(std::string& out, char32_t code) {
-    const auto add = [&out](char32_t byte) { out += static_cast<char>(byte); };
-    if (code < 0x80) {
-        add(code);
-    } else if (code < 0x800) {
-        add(0xC0 | code >> 6);
-        add(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        add(0xE0 | code >> 12);
-        add(0x80 | (code >> 6 & 0x3F));
-        add(0x80 | (code & 0x3F));
-    } else {
-        add(0xF0 | code >> 18);
-        add(0x80 | (code >> 12 & 0x3F));
-        add(0x80 | (code >> 6 & 0x3F));
-        add(0x80 | (code & 0x3F));
-    }
 }
 
 void appendUtf16(std::u16string& out, char32_t code) {
@@ -164,21 +128,7 @@ bool isPrintable(std::string_view utf8) noexcept {
     });
 }
 
-bool isUtf8(std::string_view bytes) noexcept {
-    return allCharacters(bytes, [](char32_t) { return true; });
-}
-
-std::string quoted(std::string_view bytes) { return sourceText(bytes); }
-std::string quoted(std::u16string_view units) { return 'u' + sourceText(units); }
-std::string jsonQuoted(std::string_view utf8) { return jsonText(utf8); }
-std::string jsonQuoted(std::u16string_view units) { return jsonText(units); }
-
-std::string hexDigits(std::span<const unsigned char> bytes) {
-    std::string out;
-    for (const unsigned char byte : bytes) {
-        appendHex(out, byte, 2);
-    }
-    return out;
-}
+std::string quoted(std::string_view bytes) { return quotedText(bytes); }
+std::string quoted(std::u16string_view units) { return 'u' + quotedText(units); }
 
 }  // namespace nimb::standin

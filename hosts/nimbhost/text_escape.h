@@ -20,7 +20,6 @@ Character firstCharacter(std::string_view utf8) noexcept;
 Character firstCharacter(std::u16string_view utf16) noexcept;
 
 /// Appends a valid code point.
-void appendUtf8(std::string& out, char32_t code);
 void appendUtf16(std::u16string& out, char32_t code);
 
 /// Whether the bytes are UTF-8 without control characters other than tab, line feed and return.
@@ -30,15 +29,5 @@ bool isPrintable(std::string_view utf8) noexcept;
 /// bytes as \xHH and 16-bit units as \uHHHH.
 std::string quoted(std::string_view bytes);
 std::string quoted(std::u16string_view units);
-
-/// A JSON string. Lone surrogates are escaped; bytes must be UTF-8.
-std::string jsonQuoted(std::string_view utf8);
-std::string jsonQuoted(std::u16string_view units);
-
-/// Whether all of the bytes are valid UTF-8.
-bool isUtf8(std::string_view bytes) noexcept;
-
-/// Two lower-case digits a byte.
-std::string hexDigits(std::span<const unsigned char> bytes);
 
 }  // namespace nimb::standin

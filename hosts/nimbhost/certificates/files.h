@@ -1,0 +1,28 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace nimb::nimbhost {
+
+/// A file that cannot be read or written; the text names it and the system's reason.
+class FileError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// All bytes of a regular file of at most 16 MiB. Throws FileError.
+std::string readWholeFile(const std::filesystem::path& path);
+
+/// Writes a file in one step: the bytes go to a temporary name beside it, reach the disk, and are
+/// renamed, so that nobody ever sees half of it. Throws FileError.
+/// @param mode       permissions, whatever the umask
+/// @param overwrite  whether a file of that name may be replaced; otherwise its presence is an
+/// error
+void writeWholeFile(const std::filesystem::path& path, std::string_view bytes, mode_t mode,
+                    bool overwrite);
+
+}  // namespace nimb::nimbhost

@@ -1,0 +1,38 @@
+// nimbhost call: one call of an entry.
+
+#include "nimbhost/commands/script_session.h"
+#include "nimbhost/entry_table.h"
+
+namespace nimb::nimbhost {
+
+namespace {
+
+int callOne(Tool& tool) {
+    if (tool.extras.empty()) {
+        throw BadInput("call needs the name of an entry; \"nimbhost list\" shows them");
+    }
+    ScriptSession script(tool);
+    standin::Session& session = script.session();
+    const std::string& entry = tool.extras[0];
+    if (session.library().find(entry) == nullptr) {
+        throw BadInput("unknown entry \"" + entry + '"' +
+                       standin::suggestion(entry, session.entryNames()));
+    }
+    VeltoList arguments;
+    for (std::size_t i = 1; i < tool.extras.size(); ++i) {
+        const std::string value(withoutGuard(tool.extras[i]));
+        arguments.appendList(typedValue("value " + std::to_string(i), value, session.variables()));
+    }
+    return script.runner().call(entry, arguments, false) ? allWell : failed;
+}
+
+}  // namespace
+
+// The values are what the parser leaves over: it would take a list in brackets apart.
+void addCall(CLI::App& app, Tool& tool) {
+    CLI::App* command = app.add_subcommand("call", "one call: call ENTRY [VALUE...]");
+    command->footer("How values are typed: nimbhost help values");
+    command->callback([&tool] { tool.action = [&tool] { return callOne(tool); }; });
+}
+
+}  // namespace nimb::nimbhost

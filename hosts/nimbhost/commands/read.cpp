@@ -1,0 +1,75 @@
+// nimbhost read: one line a node.
+
+#include <iostream>
+
+#include "base/prepared_read.h"
+#include "nimbhost/commands/tool.h"
+#include "nimbhost/plant/node_names.h"
+#include "nimbhost/plant/sample.h"
+#include "nimbhost/terminal/table.h"
+#include "nimbhost/terminal/terminal.h"
+
+namespace nimb::nimbhost {
+
+namespace {
+
+std::vector<Sample> readSamples(host::Connection& connection, const std::vector<NamedNode>& nodes) {
+    std::vector<host::NodeId> ids;
+    for (const NamedNode& node : nodes) ids.push_back(node.id);
+    const auto infos = host::NodeCatalogue(connection).describe(ids);
+    host::PreparedRead prepared(connection, ids);
+    const host::Reading reading = prepared.read();
+    std::vector<Sample> samples;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        Sample sample;
+        sample.node = host::notation(ids[i]);
+        sample.name = nodes[i].typed;
+        sample.type = infos[i].type;
+        sample.value = reading.value(i, infos[i], sample.warning);
+        sample.status = reading.status(i);
+        sample.source = reading.sourceTime(i);
+        sample.server = reading.serverTime(i);
+        samples.push_back(std::move(sample));
+    }
+    return samples;
+}
+
+int readNodes(Tool& tool, const PlantSettings& settings, const std::vector<std::string>& typed) {
+    host::Connection connection(tool.library(), plantOf(settings));
+    std::vector<Sample> samples;
+    try {
+        const Progress progress("reading from " + settings.url + " ...");
+        samples =
+            readSamples(connection, resolveNodes(connection, typed, settings.defaultNamespace));
+    } catch (const host::Failure& failure) {
+        throw std::runtime_error(explained(failure, settings));
+    }
+    Table table({{"NODE"}, {"VALUE", Column::cut}, {"STATUS"}, {"SOURCE TIME"}}, false);
+    bool good = true;
+    for (const Sample& sample : samples) {
+        good = good && !sample.isBad();
+        if (tool.json) {
+            sayJson(jsonOf(tool.library(), sample, 0));
+        } else {
+            table.add({harmless(sample.name), valueText(sample), statusText(tool.library(), sample),
+                       timeText(sample.source)});
+        }
+    }
+    if (!tool.json) std::cout << table.text(isTerminal(1) ? terminalWidth() : kNoWidth);
+    return good ? allWell : failed;
+}
+
+}  // namespace
+
+void addRead(CLI::App& app, Tool& tool) {
+    CLI::App* command = app.add_subcommand("read", "values, one line a node");
+    const auto plant = std::make_shared<PlantOptions>();
+    const auto nodes = std::make_shared<std::vector<std::string>>();
+    plant->addTo(*command);
+    command->add_option("NODE", *nodes, "ns=2;s=Tank1.Level, a path, or a bare name")->required();
+    command->callback([plant, nodes, &tool] {
+        tool.action = [plant, nodes, &tool] { return readNodes(tool, plant->settings(), *nodes); };
+    });
+}
+
+}  // namespace nimb::nimbhost

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "nimbhost/commands/tool.h"
+#include "nimbhost/script_runner.h"
+
+namespace nimb::nimbhost {
+
+/// What call, run, shell and check share: a session that keeps variables, and the report of its
+/// calls. Clients that are still there at its end are destroyed, however it ends.
+class ScriptSession {
+  public:
+    /// Throws BadInput for a --define that is none, standin::InputError for its value.
+    explicit ScriptSession(Tool& tool);
+
+    standin::Session& session() noexcept { return session_; }
+    standin::ScriptRunner& runner() noexcept { return runner_; }
+
+  private:
+    standin::Session session_;
+    standin::Report report_;
+    standin::ScriptRunner runner_;
+};
+
+/// One value given on the command line; `place` names it in errors. Throws standin::InputError.
+VeltoList typedValue(const std::string& place, const std::string& text,
+                     const standin::Variables& variables);
+
+}  // namespace nimb::nimbhost

@@ -1,0 +1,174 @@
+// nimbhost shell: the script language, answered line by line.
+
+#include <editline/readline.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+#include "nimbhost/commands/script_session.h"
+#include "nimbhost/entry_table.h"
+#include "nimbhost/terminal/interruption.h"
+#include "nimbhost/terminal/terminal.h"
+
+namespace nimb::nimbhost {
+
+namespace {
+
+constexpr const char* kWords[] = {"echo", "exit", "help", "repeat", "set", "wait"};
+
+/// The words that can stand where the cursor is, for the completion; it calls back without a
+/// context of ours.
+char* nextWord(const char* begun, int again) {
+    static std::vector<std::string> found;
+    if (again == 0) {
+        found.clear();
+        const std::string_view start(begun);
+        for (const auto& entry : standin::entryTable()) {
+            if (std::string_view(entry.name).starts_with(start)) found.emplace_back(entry.name);
+        }
+        for (const char* word : kWords) {
+            if (std::string_view(word).starts_with(start)) found.emplace_back(word);
+        }
+        std::reverse(found.begin(), found.end());
+    }
+    if (found.empty()) return nullptr;
+    char* word = ::strdup(found.back().c_str());  // the line editor releases it
+    found.pop_back();
+    return word;
+}
+
+char** complete(const char* begun, int start, int /*end*/) {
+    return start == 0 ? rl_completion_matches(begun, nextWord) : nullptr;
+}
+
+std::filesystem::path historyFile() {
+    const char* home = std::getenv("HOME");
+    return home == nullptr ? std::filesystem::path()
+                           : std::filesystem::path(home) / ".nimbhost_history";
+}
+
+/// Lines from a terminal with editing, history and completion, or plainly from anything else.
+class LineSource {
+  public:
+    LineSource() {
+        if (!edits_) return;
+        rl_readline_name = const_cast<char*>("nimbhost");
+        rl_attempted_completion_function = complete;
+        using_history();
+        stifle_history(1000);
+        if (!historyFile().empty()) read_history(historyFile().c_str());
+    }
+    ~LineSource() {
+        if (edits_ && !historyFile().empty()) write_history(historyFile().c_str());
+    }
+    LineSource(const LineSource&) = delete;
+    LineSource& operator=(const LineSource&) = delete;
+
+    bool edits() const noexcept { return edits_; }
+
+    std::optional<std::string> next(const std::string& prompt) {
+        if (!edits_) {
+            std::string line;
+            std::cin.exceptions(std::ios::goodbit);
+            return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
+        }
+        const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt.c_str()),
+                                                               &std::free);
+        if (!line) return std::nullopt;
+        // What logs in holds a password: it is not kept.
+        const std::string_view text(line.get());
+        if (!text.empty() && text.find("zfConnectUser") == std::string_view::npos) {
+            add_history(line.get());
+        }
+        return std::string(text);
+    }
+
+  private:
+    bool edits_ = isTerminal(0) && isTerminal(1);
+};
+
+/// The state of $handle, as the prompt shows it.
+std::string stateOf(standin::Session& session) {
+    const VeltoList* handle = session.variables().find("handle");
+    if (handle == nullptr || handle->empty()) return "no client";
+    try {
+        const auto bytes = session.library().call("zfGetClientStateD", *handle);
+        const VeltoROList state(bytes ? bytes->data() : nullptr, bytes ? bytes->size() : 0);
+        if (state.at(0).AsLong() != 0)
+            return state.at(2).AsLong() == 7 ? "not set up" : "no client";
+        if (state.at(5).AsLong() != 0) return "set up again";
+        return state.at(2).AsLong() != 0 ? "connected" : "not connected";
+    } catch (const std::exception&) {
+        return "?";
+    }
+}
+
+bool opensBlock(const std::string& line) {
+    const std::size_t last = line.find_last_not_of(" \t\r");
+    return line.starts_with("repeat") && last != std::string::npos && line[last] == '{';
+}
+
+/// A line, or a repeated block down to its closing brace.
+std::optional<std::string> readStatement(LineSource& lines, const std::string& prompt) {
+    std::optional<std::string> text = lines.next(prompt);
+    if (!text || !opensBlock(*text)) return text;
+    for (int depth = 1; depth > 0;) {
+        const std::optional<std::string> line = lines.next("... ");
+        if (!line) break;
+        depth += opensBlock(*line) ? 1 : 0;
+        depth -= line->find_first_not_of(" \t") == line->find('}') && !line->empty() ? 1 : 0;
+        *text += '\n' + *line;
+    }
+    return text;
+}
+
+void answer(ScriptSession& script, const std::string& text) try {
+    if (text == "help" || text.starts_with("help ")) {
+        helpTopic(text.size() > 5 ? text.substr(5) : "scripts");
+        return;
+    }
+    standin::Session& session = script.session();
+    const auto statements =
+        standin::parseScript("shell", text, session.variables(), session.entryNames());
+    if (script.runner().run(statements) != nullptr) {
+        std::cerr << "nimbhost: the call did not end as expected\n";
+    }
+} catch (const standin::InputError& error) {
+    std::cerr << error.what() << '\n';
+} catch (const BadInput& error) {
+    std::cerr << "nimbhost: " << error.what() << '\n';
+} catch (const host::CallError& error) {
+    std::cerr << "nimbhost: " << error.what() << '\n';
+}
+
+int shell(Tool& tool) {
+    ScriptSession script(tool);
+    LineSource lines;
+    if (lines.edits()) {
+        std::cout << "Entries and script lines; Tab completes, help ENTRY tells more, exit ends.\n";
+    }
+    for (;;) {
+        const auto text =
+            readStatement(lines, lines.edits() ? "[" + stateOf(script.session()) + "]> " : "");
+        if (pendingSignal() == SIGINT && lines.edits()) {
+            forgetSignal();
+            std::cout << '\n';
+            continue;
+        }
+        checkInterrupted();
+        if (!text || *text == "exit" || *text == "quit") return allWell;
+        answer(script, *text);
+    }
+}
+
+}  // namespace
+
+void addShell(CLI::App& app, Tool& tool) {
+    CLI::App* command = app.add_subcommand("shell", "the script language, answered line by line");
+    command->callback([&tool] { tool.action = [&tool] { return shell(tool); }; });
+}
+
+}  // namespace nimb::nimbhost

@@ -1,0 +1,61 @@
+#include "nimbhost/doctor/examination.h"
+
+#include <open62541/config.h>
+
+#include <algorithm>
+
+#include "nimbhost/terminal/interruption.h"
+#include "nimbhost/terminal/terminal.h"
+
+namespace nimb::nimbhost {
+
+std::size_t Examination::count(Finding::Result result) const {
+    return static_cast<std::size_t>(
+        std::count_if(findings_.begin(), findings_.end(),
+                      [result](const Finding& finding) { return finding.result == result; }));
+}
+
+std::string Examination::option() const {
+    return plant_.name.empty() ? plant_.url : "--plant " + plant_.name;
+}
+
+void Examination::examine() {
+    Progress progress("looking at the library and the files ...");
+    const auto begin = [this, &progress](const char* step, const std::string& wait) {
+        checkInterrupted();
+        step_ = step;
+        progress.say(wait);
+    };
+    begin("library", "loading the library ...");
+    examineLibrary();
+    if (plant_.isEncrypted()) {
+        begin("files", "looking at the files ...");
+        examineFiles();
+    }
+    begin("network", "looking for " + plant_.url + " ...");
+    const bool reached = examineNetwork();
+    begin("server", "asking " + plant_.url + " for its endpoints ...");
+    if (reached) examineServer();
+    if (plant_.isEncrypted()) {
+        begin("trust", "comparing certificates ...");
+        examineTrust();
+    }
+    begin("session", "connecting to " + plant_.url + ", at most " + std::to_string(plant_.timeout) +
+                         " ms ...");
+    if (!examineSession()) return;
+    begin("values", "reading and following values, some seconds ...");
+    examineValues();
+}
+
+void Examination::examineLibrary() {
+    host::Library& library = tool_.library();
+    const auto answer = library.call("zfVersion");
+    const VeltoROList version(answer ? answer->data() : nullptr, answer ? answer->size() : 0);
+    const std::string path = tool_.pathOfLibrary();
+    ok(path.substr(path.rfind('/') + 1) + ' ' + version.at(1).AsAString() + ", " +
+       std::to_string(library.rows().size()) + " entries, open62541 " +
+       std::to_string(UA_OPEN62541_VER_MAJOR) + '.' + std::to_string(UA_OPEN62541_VER_MINOR) + '.' +
+       std::to_string(UA_OPEN62541_VER_PATCH));
+}
+
+}  // namespace nimb::nimbhost

@@ -131,7 +131,7 @@ NimbScan *nimb_scan(NimbSession *session, uint32_t table, NimbNodes nodes, NimbE
 /** Reads all nodes: one picture, which the functions below show. */
 bool nimb_scan_read(NimbScan *scan, NimbError *error);
 size_t nimb_scan_size(const NimbScan *scan);
-/** Whether the server has no such node. */
+/** Whether the server has no such node, or it is no variable. */
 bool nimb_scan_missing(const NimbScan *scan, size_t node);
 /** Whether the value's status is Bad. */
 bool nimb_scan_bad(const NimbScan *scan, size_t node);

@@ -2,6 +2,7 @@
 
 #include "extension.h"
 
+#include "access/htup_details.h"
 #include "lib/stringinfo.h"
 #include "mb/pg_wchar.h"
 #include "miscadmin.h"
@@ -82,7 +83,8 @@ static char *table_of(const char *name, const NimbChildren *children, const Fore
                                ? kTypes[child->type]
                                : NULL;
         if (type == NULL || list_length(names) == MaxHeapAttributeNumber) continue;
-        appendStringInfo(&text, "%s%s %s%s OPTIONS (node %s)", names == NIL ? "" : ", ",
+        if (names != NIL) appendStringInfoString(&text, ", ");
+        appendStringInfo(&text, "%s %s%s OPTIONS (node %s)",
                          quote_identifier(unique(&names, identifier_of(child->name))), type,
                          child->rank >= 0 ? "[]" : "", quote_literal_cstr(child->node));
     }

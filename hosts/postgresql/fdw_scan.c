@@ -129,7 +129,7 @@ static void check_nodes(ForeignScanState *node) {
         NimbPlace place = place_of(node, scan->targets[i].name);
         place.node = strVal(list_nth(scan->table.nodes, column->node));
         if (nimb_scan_missing(scan->scan, (size_t)column->node)) {
-            ereport(ERROR, (errcode(ERRCODE_FDW_ERROR), errmsg("OPC UA: there is no such node"),
+            ereport(ERROR, (errcode(ERRCODE_FDW_ERROR), errmsg("OPC UA: there is no such variable"),
                             nimb_detail(&place)));
         }
     }
@@ -182,7 +182,7 @@ static void note_warning(ForeignScanState *node, int at, int column, const char 
     if (scan->warnings++ > 0) return;
     scan->first_warning =
         MemoryContextStrdup(node->ss.ps.state->es_query_cxt,
-                            psprintf("%s (node %s)", warning, notation_of(node, at, column)));
+                            psprintf("%s, node %s", warning, notation_of(node, at, column)));
 }
 
 static bool fill_column(ForeignScanState *node, int i, Datum *datum) {
@@ -196,7 +196,7 @@ static bool fill_column(ForeignScanState *node, int i, Datum *datum) {
         if (scan->table.error_on_bad && nimb_scan_bad(scan->scan, (size_t)at)) {
             refuse_bad(node, at, i);
         }
-        if (nimb_scan_missing(scan->scan, (size_t)at)) warning = "there is no such node";
+        if (nimb_scan_missing(scan->scan, (size_t)at)) warning = "there is no such variable";
     }
     cell = cell_of(node, at, column->field, scan->targets[i].form, i, &warning);
     if (warning != NULL) note_warning(node, at, i, warning);
@@ -220,9 +220,9 @@ TupleTableSlot *nimb_iterate_scan(ForeignScanState *node) {
     }
     ++scan->row;
     if (scan->row == scan->table.rows && scan->warnings > 0) {
-        ereport(WARNING, (errmsg("OPC UA: %d %s NULL: %s", scan->warnings,
-                                 scan->warnings == 1 ? "value is" : "values are, first,",
-                                 scan->first_warning)));
+        ereport(WARNING, (errmsg("OPC UA: not to be shown, so NULL: %d of the values, the first because "
+                                 "%s",
+                                 scan->warnings, scan->first_warning)));
         scan->warnings = 0;
     }
     return ExecStoreVirtualTuple(slot);

@@ -19,6 +19,7 @@ namespace {
 constexpr std::size_t kMostRequests = 100;  // of a session; columns can be asked for in many sets
 constexpr std::uint32_t kBadNodeIdInvalid = 0x80330000;
 constexpr std::uint32_t kBadNodeIdUnknown = 0x80340000;
+constexpr std::uint32_t kBadAttributeIdInvalid = 0x80350000;  // a node without a value
 
 std::shared_ptr<Request> requestOf(Session& session, std::uint32_t table, const NimbNodes& nodes) {
     RequestKey key{table, {nodes.texts, nodes.texts + nodes.count}};
@@ -79,7 +80,8 @@ std::size_t nimb_scan_size(const NimbScan* scan) { return scan->request->prepare
 
 bool nimb_scan_missing(const NimbScan* scan, std::size_t node) {
     const auto status = scan->reading.status(node);
-    return status == kBadNodeIdUnknown || status == kBadNodeIdInvalid;
+    return status == kBadNodeIdUnknown || status == kBadNodeIdInvalid ||
+           status == kBadAttributeIdInvalid;
 }
 
 bool nimb_scan_bad(const NimbScan* scan, std::size_t node) {

@@ -1,0 +1,141 @@
+#!/usr/bin/env bash
+# The extension for PostgreSQL as its users meet it: psql, a cluster of its own, and the plant.
+#
+# usage: postgresql_test.sh BUILD_DIR
+# Exit status 77 when PostgreSQL is not installed.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+build=$1
+if ! command -v pg_config psql >/dev/null || [ ! -x "$(pg_config --bindir)/initdb" ]; then
+    echo "skipped: no PostgreSQL server here; scripts/install-deps --postgresql installs one"
+    exit 77
+fi
+account=$(id -un postgres 2>/dev/null || echo nobody)
+root=$(mktemp -d /tmp/nimb-postgresql-XXXXXX)
+chmod 755 "$root"
+. "$here/cluster.sh"
+trap clean_up EXIT
+trap 'exit 1' INT TERM
+
+stage
+start_plant
+start_cluster
+
+# Runs a transcript's statements and compares what psql prints.
+transcript() {
+    sed -n 's/^> \{0,1\}//p' "$1" >"$root/script.sql"
+    psql -qAtX -a -v url="$url" -f "$root/script.sql" 2>&1 |
+        sed -e 's/^psql:[^ ]* //' -e '/^LOCATION:/d' -e '/^You are now connected/d' >"$root/printed"
+    diff -u <(sed 's/^> \{0,1\}//' "$1") "$root/printed"
+}
+
+fail() {
+    echo "postgresql_test: $*" >&2
+    exit 1
+}
+
+# Seconds that a command takes must lie in a range; its output is kept in "printed".
+takes() {
+    local least=$1 most=$2 begin end
+    shift 2
+    begin=$(date +%s.%N)
+    "$@" >"$root/printed" 2>&1 || true
+    end=$(date +%s.%N)
+    awk -v took="$end" -v begin="$begin" -v least="$least" -v most="$most" \
+        'BEGIN {took -= begin; exit !(took >= least && took <= most)}' ||
+        fail "took $begin to $end instead of $least to $most s: $* $(cat "$root/printed")"
+}
+
+printed() { grep -q "$1" "$root/printed" || fail "no \"$1\" in: $(cat "$root/printed")"; }
+query() { psql -qAtX -v VERBOSITY=verbose -c "$1"; }
+# Waits until a query answers "t".
+eventually() {
+    for ((i = 0; i < 100; ++i)); do
+        [ "$(query "$1")" != t ] || return 0
+        sleep 0.05
+    done
+    fail "never true: $1"
+}
+
+# A statement on the table, in a session that has it open already.
+opened() {
+    psql -qAtX -v VERBOSITY=verbose -c "SET statement_timeout = '${2:-0}'" -c 'SELECT level FROM tank' \
+        -c "SELECT 'opened'" -c 'SELECT pg_sleep(0.4)' -c "$1"
+}
+
+# The plant stands still for a second statement: errors come behind the call under way, locks are
+# free at once, and nothing is left when it goes on. The timeout is 1 s.
+frozen_plant() {
+    (sleep 0.2 && kill -STOP "$plant") &
+    takes 1 3 opened 'SELECT level FROM tank'
+    printed 'HV000: OPC UA: BadTimeout'
+    kill -CONT "$plant"
+    (sleep 0.2 && kill -STOP "$plant") &
+    takes 1 3 opened 'SELECT level FROM tank' 500
+    printed '57014: canceling statement due to statement timeout'
+    kill -CONT "$plant"
+    (sleep 0.2 && kill -STOP "$plant") &
+    takes 1 3 opened 'UPDATE tank SET set_point = 1'
+    printed 'BadTimeout'
+    kill -CONT "$plant"
+    [ "$(query 'SELECT level FROM tank')" = 42.5 ] || fail 'the plant does not answer again'
+}
+
+# Another session ends one that waits for the plant, by a function that takes its process.
+ended_from_outside() {
+    local begin
+    kill -STOP "$plant"
+    psql -qAtX -v VERBOSITY=verbose -c 'BEGIN' -c 'LOCK TABLE history' -c 'SELECT level FROM tank' \
+        >"$root/printed" 2>&1 &
+    eventually "SELECT count(*) = 1 FROM pg_stat_activity WHERE query LIKE 'SELECT level%' AND state = 'active'"
+    begin=$(date +%s%N)
+    query "SELECT $1(pid) FROM pg_stat_activity WHERE query LIKE 'SELECT level%'" >"$root/done"
+    takes 0 "$2" query 'SELECT count(*) FROM history'
+    wait "$!" || true
+    [ $((($(date +%s%N) - begin) / 1000000)) -lt "$3" ] || fail "$1 took too long"
+    printed "$4"
+    kill -CONT "$plant"
+}
+
+# The plant dies and comes again at the same address.
+killed_plant() {
+    (sleep 0.2 && kill -KILL "$plant") &
+    takes 0 2 opened 'SELECT level FROM tank'
+    printed 'HV00N: OPC UA'
+    start_plant --port "${url##*:}"
+    [ "$(query 'SELECT level FROM tank')" = 42.5 ] || fail 'the plant was not found again'
+}
+
+# A thousand rounds of each in one backend, with errors among them, take no more memory.
+flat() {
+    local rounds=1000
+    {
+        echo 'SET client_min_messages = error;'
+        for ((i = 0; i <= rounds; ++i)); do
+            echo 'CREATE FOREIGN TABLE round (v float8 OPTIONS (node $$ns=2;s=Tank1.Level$$), x int OPTIONS (node $$ns=2;i=9$$)) SERVER north;'
+            echo 'SELECT v FROM round; SELECT x FROM round; UPDATE round SET x = 1; SELECT v FROM long;'
+            [ $((i % 100)) -ne 0 ] || echo 'ALTER SERVER north OPTIONS (SET timeout $$1000$$); SELECT v FROM round;'
+            echo 'DROP FOREIGN TABLE round;'
+            case $i in 200 | "$rounds") echo "SELECT 'rss', pg_read_file('/proc/self/statm');" ;; esac
+        done
+    } | sed "s/\\$\\$/'/g" >"$root/rounds.sql"
+    psql -qAtX -f "$root/rounds.sql" 2>/dev/null >"$root/printed"
+    awk -F'[| ]' '$1 == "rss" {pages[++n] = $3} $1 == 42.5 {++values}
+        END {print "pages", pages[1], pages[2], "values", values;
+             exit !(n == 2 && pages[2] - pages[1] < 500 && values > 2000)}' "$root/printed" ||
+        fail 'memory grew'
+}
+
+transcript "$here/tables.txt"
+if grep -E 'plant-7|secret' "$root/run/log"; then fail 'a password in the log'; fi
+
+query "CREATE EXTENSION nimbopcua; CREATE TABLE history AS SELECT 1;
+       CREATE SERVER north FOREIGN DATA WRAPPER nimbopcua OPTIONS (url '$url', timeout '1000');
+       CREATE FOREIGN TABLE long (v text OPTIONS (field 'value')) SERVER north OPTIONS (nodes 'ns=2;s=Tank1.Level ns=2;s=Tank2.Level');
+       CREATE FOREIGN TABLE tank (level float8 OPTIONS (node 'ns=2;s=Tank1.Level'),
+                                  set_point float8 OPTIONS (node 'ns=2;s=Tank1.SetPoint')) SERVER north"
+frozen_plant
+ended_from_outside pg_cancel_backend 3 3000 '57014: canceling'
+ended_from_outside pg_terminate_backend 3 4500 '57P01: terminating'
+killed_plant
+flat

@@ -129,7 +129,7 @@ flat() {
 transcript "$here/tables.txt"
 if grep -E 'plant-7|secret' "$root/run/log"; then fail 'a password in the log'; fi
 
-query "CREATE EXTENSION nimbopcua; CREATE TABLE history AS SELECT 1;
+query "CREATE EXTENSION nimbopcua;
        CREATE SERVER north FOREIGN DATA WRAPPER nimbopcua OPTIONS (url '$url', timeout '1000');
        CREATE FOREIGN TABLE long (v text OPTIONS (field 'value')) SERVER north OPTIONS (nodes 'ns=2;s=Tank1.Level ns=2;s=Tank2.Level');
        CREATE FOREIGN TABLE tank (level float8 OPTIONS (node 'ns=2;s=Tank1.Level'),

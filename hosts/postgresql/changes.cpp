@@ -67,9 +67,8 @@ NimbCell cell(NimbChanges& changes, std::size_t i, NimbField field, NimbForm for
     const auto status = static_cast<std::uint32_t>(items.at(2).AsLongLong());
     if (field == NIMB_VALUE_FIELD) {
         constexpr std::size_t valueAt = 3;
-        return cellOf(isBad(status)
-                          ? host::Value()
-                          : host::valueOf(items, valueAt, info.type, info.rank, warning),
+        return cellOf(isBad(status) ? host::Value()
+                                    : host::valueOf(items, valueAt, info.type, info.rank, warning),
                       form, changes.text, warning);
     }
     const Sample sample{status, host::timeOf(items.at(0)), host::timeOf(items.at(1))};
@@ -94,8 +93,8 @@ NimbChanges* nimb_changes(NimbSession* session, std::uint32_t table, NimbNodes n
 
 std::size_t nimb_changes_size(const NimbChanges* changes) { return changes->rows.size(); }
 
-void nimb_change(const NimbChanges* changes, std::size_t i, std::int64_t* number,
-                 std::size_t* node, std::int64_t* lost) {
+void nimb_change(const NimbChanges* changes, std::size_t i, std::int64_t* number, std::size_t* node,
+                 std::int64_t* lost) {
     const Feed::Row& row = *changes->rows[i];
     *number = row.number;
     *node = row.change.node;

@@ -1,17 +1,17 @@
 /* Values on their way between plants and columns. */
 
-#include "extension.h"
+#include "postgresql/extension.h"
 
 #include <float.h>
 #include <math.h>
 
-#include "catalog/pg_type.h"
-#include "utils/builtins.h"
-#include "utils/float.h"
-#include "utils/fmgroids.h"
-#include "utils/lsyscache.h"
+#include <catalog/pg_type.h>
+#include <utils/builtins.h>
+#include <utils/float.h>
+#include <utils/fmgroids.h>
+#include <utils/lsyscache.h>
 
-void nimb_target(Form_pg_attribute attribute, NimbTarget *target) {
+void nimb_target(Form_pg_attribute attribute, NimbTarget* target) {
     Oid function;
     Oid element;
     target->type = attribute->atttypid;
@@ -26,8 +26,7 @@ void nimb_target(Form_pg_attribute attribute, NimbTarget *target) {
             element == JSONBOID || element == JSONOID ? NIMB_FORM_JSON_ARRAY : NIMB_FORM_ARRAY;
     } else if (target->base == JSONBOID || target->base == JSONOID) {
         target->form = NIMB_FORM_JSON;
-    } else if (target->base == TEXTOID || target->base == VARCHAROID ||
-               target->base == BPCHAROID) {
+    } else if (target->base == TEXTOID || target->base == VARCHAROID || target->base == BPCHAROID) {
         target->form = NIMB_FORM_TEXT;
     } else {
         target->form = NIMB_FORM_SCALAR;
@@ -37,10 +36,12 @@ void nimb_target(Form_pg_attribute attribute, NimbTarget *target) {
 }
 
 static bool is_integer(Oid type) { return type == INT2OID || type == INT4OID || type == INT8OID; }
-static bool is_real(Oid type) { return type == FLOAT4OID || type == FLOAT8OID || type == NUMERICOID; }
+static bool is_real(Oid type) {
+    return type == FLOAT4OID || type == FLOAT8OID || type == NUMERICOID;
+}
 
 /* Whether a column of the type may hold such values: no value changes its kind on the way. */
-static bool fits(const NimbTarget *target, NimbKind kind) {
+static bool fits(const NimbTarget* target, NimbKind kind) {
     const Oid type = target->base;
     switch (target->form) {
         case NIMB_FORM_TEXT:
@@ -69,27 +70,28 @@ static bool fits(const NimbTarget *target, NimbKind kind) {
     }
 }
 
-static const char *name_of(NimbKind kind) {
-    static const char *const names[] = {"null", "a truth value", "a whole number", "a whole number",
-                                        "a number", "a time", "a text", "a byte string", "an array"};
+static const char* name_of(NimbKind kind) {
+    static const char* const names[] = {"null",           "a truth value", "a whole number",
+                                        "a whole number", "a number",      "a time",
+                                        "a text",         "a byte string", "an array"};
     return names[kind];
 }
 
-static void refuse_type(const NimbTarget *target, const NimbCell *cell, const NimbPlace *place) {
+static void refuse_type(const NimbTarget* target, const NimbCell* cell, const NimbPlace* place) {
     ereport(ERROR, (errcode(ERRCODE_FDW_INVALID_DATA_TYPE),
                     errmsg("OPC UA: column \"%s\" of type %s cannot hold %s", target->name,
                            format_type_be(target->type), name_of(cell->kind)),
                     nimb_detail(place)));
 }
 
-static void refuse_range(const NimbTarget *target, const NimbPlace *place) {
+static void refuse_range(const NimbTarget* target, const NimbPlace* place) {
     ereport(ERROR, (errcode(ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE),
                     errmsg("OPC UA: the value is out of the range of column \"%s\" of type %s",
                            target->name, format_type_be(target->type)),
                     nimb_detail(place)));
 }
 
-static int64 integer_in(const NimbTarget *target, const NimbCell *cell, const NimbPlace *place) {
+static int64 integer_in(const NimbTarget* target, const NimbCell* cell, const NimbPlace* place) {
     const int64 greatest = target->base == INT2OID   ? PG_INT16_MAX
                            : target->base == INT4OID ? PG_INT32_MAX
                                                      : PG_INT64_MAX;
@@ -100,7 +102,7 @@ static int64 integer_in(const NimbTarget *target, const NimbCell *cell, const Ni
     return cell->kind == NIMB_UNSIGNED ? (int64)cell->unsigned_integer : cell->integer;
 }
 
-static double real_in(const NimbTarget *target, const NimbCell *cell, const NimbPlace *place) {
+static double real_in(const NimbTarget* target, const NimbCell* cell, const NimbPlace* place) {
     const double value = cell->kind == NIMB_REAL       ? cell->real
                          : cell->kind == NIMB_UNSIGNED ? (double)cell->unsigned_integer
                                                        : (double)cell->integer;
@@ -111,8 +113,8 @@ static double real_in(const NimbTarget *target, const NimbCell *cell, const Nimb
 }
 
 /* False when the value has to go through the type's input function. */
-static bool convert(const NimbTarget *target, const NimbCell *cell, const NimbPlace *place,
-                    Datum *datum) {
+static bool convert(const NimbTarget* target, const NimbCell* cell, const NimbPlace* place,
+                    Datum* datum) {
     if (is_integer(target->base)) {
         const int64 value = integer_in(target, cell, place);
         *datum = target->base == INT2OID   ? Int16GetDatum((int16)value)
@@ -142,7 +144,7 @@ static bool convert(const NimbTarget *target, const NimbCell *cell, const NimbPl
     }
 }
 
-static char *text_of(const NimbCell *cell) {
+static char* text_of(const NimbCell* cell) {
     switch (cell->kind) {
         case NIMB_BOOL:
             return pstrdup(cell->boolean ? "true" : "false");
@@ -155,22 +157,21 @@ static char *text_of(const NimbCell *cell) {
         case NIMB_TIME:
             return OidOutputFunctionCall(F_TIMESTAMPTZ_OUT, Int64GetDatum(cell->integer));
         case NIMB_BYTES:
-            return OidOutputFunctionCall(
-                F_BYTEAOUT,
-                PointerGetDatum(cstring_to_text_with_len(cell->text, (int)cell->length)));
+            return OidOutputFunctionCall(F_BYTEAOUT, PointerGetDatum(cstring_to_text_with_len(
+                                                         cell->text, (int)cell->length)));
         default:
             return pstrdup(cell->text);
     }
 }
 
-static void input_failed(void *argument) {
-    const NimbPlace *place = argument;
+static void input_failed(void* argument) {
+    const NimbPlace* place = argument;
     errcontext("value of column \"%s\" of foreign table \"%s\", node %s", place->column,
                place->table, place->node);
 }
 
-Datum nimb_datum(NimbTarget *target, const NimbCell *cell, const NimbPlace *place) {
-    ErrorContextCallback context = {error_context_stack, input_failed, (void *)place};
+Datum nimb_datum(NimbTarget* target, const NimbCell* cell, const NimbPlace* place) {
+    ErrorContextCallback context = {error_context_stack, input_failed, (void*)place};
     Datum datum;
     if (!fits(target, cell->kind)) refuse_type(target, cell, place);
     if (target->direct && convert(target, cell, place, &datum)) return datum;
@@ -181,9 +182,9 @@ Datum nimb_datum(NimbTarget *target, const NimbCell *cell, const NimbPlace *plac
 }
 
 /* A number of any length: as an integer when it is one, so that none of its digits gets lost. */
-static NimbCell number_cell(const char *text) {
+static NimbCell number_cell(const char* text) {
     NimbCell cell = {.kind = NIMB_INTEGER};
-    char *end;
+    char* end;
     errno = 0;
     cell.integer = strtoll(text, &end, 10);
     if (*end == '\0' && errno == 0) return cell;
@@ -192,7 +193,7 @@ static NimbCell number_cell(const char *text) {
     return cell;
 }
 
-NimbCell nimb_cell_of(Oid type, Datum value, bool isnull, const NimbPlace *place) {
+NimbCell nimb_cell_of(Oid type, Datum value, bool isnull, const NimbPlace* place) {
     NimbCell cell = {.kind = NIMB_NULL};
     if (isnull) return cell;
     cell.kind = NIMB_INTEGER;
@@ -224,9 +225,9 @@ NimbCell nimb_cell_of(Oid type, Datum value, bool isnull, const NimbPlace *place
             cell.length = strlen(cell.text);
             return cell;
         default:
-            ereport(ERROR, (errcode(ERRCODE_FDW_INVALID_DATA_TYPE),
-                            errmsg("OPC UA: values of type %s cannot be written",
-                                   format_type_be(type)),
-                            nimb_detail(place)));
+            ereport(ERROR,
+                    (errcode(ERRCODE_FDW_INVALID_DATA_TYPE),
+                     errmsg("OPC UA: values of type %s cannot be written", format_type_be(type)),
+                     nimb_detail(place)));
     }
 }

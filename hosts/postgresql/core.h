@@ -32,7 +32,8 @@ typedef struct NimbError {
     char node[200]; /**< notation of the node at fault; empty when none is */
 } NimbError;
 
-/** A server and how to get at it. Null texts count as empty; a null user name is an anonymous one. */
+/** A server and how to get at it. Null texts count as empty; a null user name is an anonymous one.
+ */
 typedef struct NimbPlant {
     const char *url, *certificate, *key, *trusted, *revoked, *uri, *username, *password;
     int timeout;    /**< milliseconds */
@@ -53,8 +54,8 @@ typedef struct NimbSession NimbSession;
  * @param library  path of the library, which is loaded by the first call
  * @return valid until the transaction ends; null on error
  */
-NimbSession *nimb_session(const NimbSessionKey *key, const NimbPlant *plant, const char *library,
-                          NimbError *error);
+NimbSession* nimb_session(const NimbSessionKey* key, const NimbPlant* plant, const char* library,
+                          NimbError* error);
 
 /** Mark what an invalidation names; 0 names everything. Nothing is closed before tidying. */
 void nimb_mark_server(uint32_t hash);
@@ -66,13 +67,13 @@ void nimb_tidy(void);
 void nimb_end(void);
 
 /** The number of nodes that a text names, separated by white space; below 0 on error. */
-int nimb_count_nodes(const char *text, NimbError *error);
+int nimb_count_nodes(const char* text, NimbError* error);
 /** Whether a text names one node. */
-bool nimb_check_node(const char *text, NimbError *error);
+bool nimb_check_node(const char* text, NimbError* error);
 
 /** The nodes of a table: one text each, or, with `is_list`, one text that names them all. */
 typedef struct NimbNodes {
-    const char *const *texts;
+    const char* const* texts;
     size_t count;
     bool is_list;
 } NimbNodes;
@@ -106,7 +107,7 @@ typedef struct NimbCell {
         uint64_t unsigned_integer;
         double real;
     };
-    const char *text; /**< valid until the next call for the same object */
+    const char* text; /**< valid until the next call for the same object */
     size_t length;
 } NimbCell;
 
@@ -127,30 +128,30 @@ typedef struct NimbScan NimbScan;
  * Some nodes of a table, to be read in one request as long as their values fit into a result. The
  * request is kept with the session and found again by table and nodes.
  */
-NimbScan *nimb_scan(NimbSession *session, uint32_t table, NimbNodes nodes, NimbError *error);
+NimbScan* nimb_scan(NimbSession* session, uint32_t table, NimbNodes nodes, NimbError* error);
 /** Reads all nodes: one picture, which the functions below show. */
-bool nimb_scan_read(NimbScan *scan, NimbError *error);
-size_t nimb_scan_size(const NimbScan *scan);
+bool nimb_scan_read(NimbScan* scan, NimbError* error);
+size_t nimb_scan_size(const NimbScan* scan);
 /** Whether the server has no such node, or it is no variable. */
-bool nimb_scan_missing(const NimbScan *scan, size_t node);
+bool nimb_scan_missing(const NimbScan* scan, size_t node);
 /** Whether the value's status is Bad. */
-bool nimb_scan_bad(const NimbScan *scan, size_t node);
+bool nimb_scan_bad(const NimbScan* scan, size_t node);
 /** One field of a node. `*warning` is set when there is a value that cannot be shown. */
-bool nimb_scan_cell(NimbScan *scan, size_t node, NimbField field, NimbForm form, NimbCell *cell,
-                    const char **warning, NimbError *error);
+bool nimb_scan_cell(NimbScan* scan, size_t node, NimbField field, NimbForm form, NimbCell* cell,
+                    const char** warning, NimbError* error);
 /** Requests and bytes of the last reading. */
-void nimb_scan_cost(const NimbScan *scan, size_t *requests, size_t *bytes);
-void nimb_scan_free(NimbScan *scan);
+void nimb_scan_cost(const NimbScan* scan, size_t* requests, size_t* bytes);
+void nimb_scan_free(NimbScan* scan);
 
 typedef struct NimbWrites NimbWrites;
 
 /** The nodes that a statement writes. Fails, naming the node, if one of them cannot be written. */
-NimbWrites *nimb_writes(NimbSession *session, NimbNodes nodes, NimbError *error);
+NimbWrites* nimb_writes(NimbSession* session, NimbNodes nodes, NimbError* error);
 /** Checks a value for a node of them. Nothing is sent. */
-bool nimb_writes_set(NimbWrites *writes, size_t node, const NimbCell *value, NimbError *error);
+bool nimb_writes_set(NimbWrites* writes, size_t node, const NimbCell* value, NimbError* error);
 /** Sends the value of a node that was set. */
-bool nimb_writes_send(NimbWrites *writes, size_t node, NimbError *error);
-void nimb_writes_free(NimbWrites *writes);
+bool nimb_writes_send(NimbWrites* writes, size_t node, NimbError* error);
+void nimb_writes_free(NimbWrites* writes);
 
 typedef struct NimbChild {
     const char *name, *node, *class_name;
@@ -161,12 +162,12 @@ typedef struct NimbChild {
 typedef struct NimbChildren NimbChildren;
 
 /** The nodes that a node refers to as its parts, and what they are. */
-NimbChildren *nimb_browse(NimbSession *session, const char *node, NimbError *error);
+NimbChildren* nimb_browse(NimbSession* session, const char* node, NimbError* error);
 /** Null behind the last one. */
-const NimbChild *nimb_child(const NimbChildren *children, size_t i);
+const NimbChild* nimb_child(const NimbChildren* children, size_t i);
 /** Browse name of the browsed node itself. */
-const char *nimb_parent_name(const NimbChildren *children);
-void nimb_browse_free(NimbChildren *children);
+const char* nimb_parent_name(const NimbChildren* children);
+void nimb_browse_free(NimbChildren* children);
 
 typedef struct NimbChanges NimbChanges;
 
@@ -175,16 +176,16 @@ typedef struct NimbChanges NimbChanges;
  * `after`, which are forgotten. Waits 0.3 s when there are none.
  * @param most  changes to keep at most
  */
-NimbChanges *nimb_changes(NimbSession *session, uint32_t table, NimbNodes nodes, int64_t after,
-                          size_t most, NimbError *error);
-size_t nimb_changes_size(const NimbChanges *changes);
+NimbChanges* nimb_changes(NimbSession* session, uint32_t table, NimbNodes nodes, int64_t after,
+                          size_t most, NimbError* error);
+size_t nimb_changes_size(const NimbChanges* changes);
 /** Number of a change, its node's position, and losses before it: below 0 when nobody knows. */
-void nimb_change(const NimbChanges *changes, size_t i, int64_t *number, size_t *node,
-                 int64_t *lost);
+void nimb_change(const NimbChanges* changes, size_t i, int64_t* number, size_t* node,
+                 int64_t* lost);
 /** As nimb_scan_cell. */
-bool nimb_change_cell(NimbChanges *changes, size_t i, NimbField field, NimbForm form,
-                      NimbCell *cell, const char **warning, NimbError *error);
-void nimb_changes_free(NimbChanges *changes);
+bool nimb_change_cell(NimbChanges* changes, size_t i, NimbField field, NimbForm form,
+                      NimbCell* cell, const char** warning, NimbError* error);
+void nimb_changes_free(NimbChanges* changes);
 
 #ifdef __cplusplus
 }

@@ -1,23 +1,23 @@
 /* The functions nimb.browse and nimb.changes. */
 
-#include "extension.h"
+#include "postgresql/extension.h"
 
-#include "access/table.h"
-#include "catalog/pg_foreign_server.h"
-#include "funcapi.h"
-#include "miscadmin.h"
-#include "utils/acl.h"
-#include "utils/builtins.h"
+#include <access/table.h>
+#include <catalog/pg_foreign_server.h>
+#include <funcapi.h>
+#include <miscadmin.h>
+#include <utils/acl.h>
+#include <utils/builtins.h>
 
 PG_FUNCTION_INFO_V1(nimbopcua_browse);
 PG_FUNCTION_INFO_V1(nimbopcua_changes);
 
-static void refuse_foreign(const char *name) {
+static void refuse_foreign(const char* name) {
     ereport(ERROR, (errcode(ERRCODE_WRONG_OBJECT_TYPE),
                     errmsg("\"%s\" does not belong to the foreign data wrapper nimbopcua", name)));
 }
 
-static void check_usage(const ForeignServer *server) {
+static void check_usage(const ForeignServer* server) {
 #if PG_VERSION_NUM >= 160000
     const AclResult right =
         object_aclcheck(ForeignServerRelationId, server->serverid, GetUserId(), ACL_USAGE);
@@ -27,19 +27,19 @@ static void check_usage(const ForeignServer *server) {
     if (right != ACLCHECK_OK) aclcheck_error(right, OBJECT_FOREIGN_SERVER, server->servername);
 }
 
-static void put(ReturnSetInfo *result, Datum *values, bool *nulls) {
+static void put(ReturnSetInfo* result, Datum* values, bool* nulls) {
     tuplestore_putvalues(result->setResult, result->setDesc, values, nulls);
 }
 
-static void forget_browse(void *argument) { nimb_browse_free(argument); }
+static void forget_browse(void* argument) { nimb_browse_free(argument); }
 
 Datum nimbopcua_browse(PG_FUNCTION_ARGS) {
-    const ForeignServer *server =
+    const ForeignServer* server =
         GetForeignServerByName(text_to_cstring(PG_GETARG_TEXT_PP(0)), false);
-    const char *node = text_to_cstring(PG_GETARG_TEXT_PP(1));
-    MemoryContextCallback *callback = palloc0(sizeof *callback);
-    const NimbChild *child;
-    NimbChildren *children;
+    const char* node = text_to_cstring(PG_GETARG_TEXT_PP(1));
+    MemoryContextCallback* callback = palloc0(sizeof *callback);
+    const NimbChild* child;
+    NimbChildren* children;
     NimbError error = {0};
     if (GetFdwRoutineByServerId(server->serverid)->IterateForeignScan != nimb_iterate_scan) {
         refuse_foreign(server->servername);
@@ -56,14 +56,14 @@ Datum nimbopcua_browse(PG_FUNCTION_ARGS) {
         bool nulls[3] = {false, false, child->class_name[0] == '\0'};
         Datum values[3] = {CStringGetTextDatum(child->name), CStringGetTextDatum(child->node),
                            CStringGetTextDatum(child->class_name)};
-        put((ReturnSetInfo *)fcinfo->resultinfo, values, nulls);
+        put((ReturnSetInfo*)fcinfo->resultinfo, values, nulls);
     }
     return (Datum)0;
 }
 
-static void forget_changes(void *argument) { nimb_changes_free(argument); }
+static void forget_changes(void* argument) { nimb_changes_free(argument); }
 
-static bool any_column(AttrNumber attno, void *argument) { return true; }
+static bool any_column(AttrNumber attno, void* argument) { return true; }
 
 enum { kChangeColumns = 10, kFirstField = 2, kLost = 9 };
 
@@ -78,8 +78,8 @@ static const struct {
     {NIMB_SERVER_TIME, NIMB_FORM_SCALAR},
 };
 
-static void put_change(ReturnSetInfo *result, NimbChanges *changes, size_t row, Datum source,
-                       const NimbPlace *place) {
+static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, Datum source,
+                       const NimbPlace* place) {
     Datum values[kChangeColumns] = {0};
     bool nulls[kChangeColumns] = {false};
     int64 number;
@@ -90,7 +90,7 @@ static void put_change(ReturnSetInfo *result, NimbChanges *changes, size_t row, 
     values[1] = source;
     for (size_t i = 0; i < lengthof(kFields); ++i) {
         NimbError error = {0};
-        const char *warning = NULL;
+        const char* warning = NULL;
         NimbCell cell;
         if (!nimb_change_cell(changes, row, kFields[i].field, kFields[i].form, &cell, &warning,
                               &error)) {
@@ -108,11 +108,11 @@ static void put_change(ReturnSetInfo *result, NimbChanges *changes, size_t row, 
     put(result, values, nulls);
 }
 
-static NimbChanges *open_changes(Oid relid, int64 after, NimbPlace *place) {
+static NimbChanges* open_changes(Oid relid, int64 after, NimbPlace* place) {
     Relation relation = table_open(relid, AccessShareLock);
     const AclResult right = pg_class_aclcheck(relid, GetUserId(), ACL_SELECT);
-    const ForeignServer *server;
-    NimbChanges *changes;
+    const ForeignServer* server;
+    NimbChanges* changes;
     NimbTable table;
     NimbError error = {0};
     place->table = pstrdup(RelationGetRelationName(relation));
@@ -133,11 +133,11 @@ static NimbChanges *open_changes(Oid relid, int64 after, NimbPlace *place) {
 }
 
 Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
-    MemoryContextCallback *callback = palloc0(sizeof *callback);
+    MemoryContextCallback* callback = palloc0(sizeof *callback);
     MemoryContext row_memory =
         AllocSetContextCreate(CurrentMemoryContext, "nimb.changes", ALLOCSET_DEFAULT_SIZES);
     NimbPlace place = {0};
-    NimbChanges *changes;
+    NimbChanges* changes;
     Datum source;
     InitMaterializedSRF(fcinfo, 0);
     changes = open_changes(PG_GETARG_OID(0), PG_GETARG_INT64(1), &place);
@@ -147,7 +147,7 @@ Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
     source = CStringGetTextDatum(place.table);
     for (size_t i = 0; i < nimb_changes_size(changes); ++i) {
         MemoryContext before = MemoryContextSwitchTo(row_memory);
-        put_change((ReturnSetInfo *)fcinfo->resultinfo, changes, i, source, &place);
+        put_change((ReturnSetInfo*)fcinfo->resultinfo, changes, i, source, &place);
         MemoryContextSwitchTo(before);
         MemoryContextReset(row_memory);
         CHECK_FOR_INTERRUPTS();

@@ -45,7 +45,10 @@ std::string plainText(const host::Failure& failure) {
 
 void fillFailure(const Session* session, NimbError& error, const host::Failure& failure) {
     const bool lost = session != nullptr && !session->connection.isOpen();
-    fill(error, lost ? NIMB_CONNECT : failure.timedOut() ? NIMB_TIMEOUT : NIMB_OPCUA,
+    fill(error,
+         lost                 ? NIMB_CONNECT
+         : failure.timedOut() ? NIMB_TIMEOUT
+                              : NIMB_OPCUA,
          plainText(failure));
 }
 

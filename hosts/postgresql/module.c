@@ -1,17 +1,17 @@
 /* The extension's doors to PostgreSQL: load, handler, and what the backend tells. */
 
-#include "extension.h"
+#include "postgresql/extension.h"
 
-#include "fmgr.h"
-#include "storage/ipc.h"
-#include "utils/guc.h"
-#include "utils/inval.h"
-#include "utils/resowner.h"
-#include "utils/syscache.h"
+#include <fmgr.h>
+#include <storage/ipc.h>
+#include <utils/guc.h>
+#include <utils/inval.h>
+#include <utils/resowner.h>
+#include <utils/syscache.h>
 
 PG_MODULE_MAGIC;
 
-char *nimb_library_path = NULL;
+char* nimb_library_path = NULL;
 
 void _PG_init(void);
 PG_FUNCTION_INFO_V1(nimbopcua_handler);
@@ -25,7 +25,7 @@ void _PG_init(void) {
 }
 
 Datum nimbopcua_handler(PG_FUNCTION_ARGS) {
-    FdwRoutine *routine = makeNode(FdwRoutine);
+    FdwRoutine* routine = makeNode(FdwRoutine);
     routine->GetForeignRelSize = nimb_get_rel_size;
     routine->GetForeignPaths = nimb_get_paths;
     routine->GetForeignPlan = nimb_get_plan;
@@ -56,7 +56,7 @@ static void relation_changed(Datum argument, Oid relation) { nimb_mark_table(rel
 
 /* A good-bye to a plant that does not answer takes its time: nobody may wait for our locks then. */
 static void resources_released(ResourceReleasePhase phase, bool is_commit, bool is_top_level,
-                               void *argument) {
+                               void* argument) {
     if (phase == RESOURCE_RELEASE_AFTER_LOCKS && is_top_level) nimb_tidy();
 }
 

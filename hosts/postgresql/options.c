@@ -1,33 +1,33 @@
 /* Options of servers, user mappings, tables and columns. */
 
-#include "extension.h"
+#include "postgresql/extension.h"
 
-#include "access/reloptions.h"
-#include "catalog/pg_attribute.h"
-#include "catalog/pg_authid.h"
-#include "catalog/pg_foreign_server.h"
-#include "catalog/pg_foreign_table.h"
-#include "catalog/pg_user_mapping.h"
-#include "commands/defrem.h"
-#include "mb/pg_wchar.h"
-#include "miscadmin.h"
-#include "nodes/makefuncs.h"
-#include "utils/acl.h"
-#include "utils/builtins.h"
-#include "utils/syscache.h"
+#include <access/reloptions.h>
+#include <catalog/pg_attribute.h>
+#include <catalog/pg_authid.h>
+#include <catalog/pg_foreign_server.h>
+#include <catalog/pg_foreign_table.h>
+#include <catalog/pg_user_mapping.h>
+#include <commands/defrem.h>
+#include <mb/pg_wchar.h>
+#include <miscadmin.h>
+#include <nodes/makefuncs.h>
+#include <utils/acl.h>
+#include <utils/builtins.h>
+#include <utils/syscache.h>
 
 enum {
-    kDefaultTimeout = 3000,   /* milliseconds */
+    kDefaultTimeout = 3000, /* milliseconds */
     kMostTimeout = 3600000,
-    kMostIdle = 86400,        /* seconds */
-    kDefaultQueue = 500000,   /* changes */
+    kMostIdle = 86400,      /* seconds */
+    kDefaultQueue = 500000, /* changes */
     kMostQueue = 10000000,
 };
 
 typedef enum Check { kText, kUrl, kFile, kNumber, kNode, kNodes, kFieldName, kOnBad } Check;
 
 static const struct {
-    const char *name;
+    const char* name;
     Oid catalog;
     Check check;
     int least, most;
@@ -50,24 +50,24 @@ static const struct {
 };
 
 /* In the order of NimbField. The last three are of tables with a row a node alone. */
-static const char *const kFields[] = {"value",       "status",      "status_name", "source_time",
-                                      "server_time", "name",        "node",        "type"};
+static const char* const kFields[] = {"value",       "status", "status_name", "source_time",
+                                      "server_time", "name",   "node",        "type"};
 enum { kWideFields = 5 };
 
-static int field_of(const char *name) {
+static int field_of(const char* name) {
     for (size_t i = 0; i < lengthof(kFields); ++i) {
         if (strcmp(kFields[i], name) == 0) return (int)i;
     }
     return -1;
 }
 
-static void refuse(const char *option, const char *reason) {
+static void refuse(const char* option, const char* reason) {
     ereport(ERROR, (errcode(ERRCODE_FDW_INVALID_ATTRIBUTE_VALUE),
                     errmsg("option \"%s\" %s", option, reason)));
 }
 
-static int number_of(const char *option, const char *text, int least, int most) {
-    char *end;
+static int number_of(const char* option, const char* text, int least, int most) {
+    char* end;
     long number;
     errno = 0;
     number = strtol(text, &end, 10);
@@ -78,7 +78,7 @@ static int number_of(const char *option, const char *text, int least, int most) 
 }
 
 /* Files are read with the rights of the server's process, so not everybody may name them. */
-static void check_file_right(const char *option) {
+static void check_file_right(const char* option) {
     if (!has_privs_of_role(GetUserId(), ROLE_PG_READ_SERVER_FILES)) {
         ereport(ERROR, (errcode(ERRCODE_INSUFFICIENT_PRIVILEGE),
                         errmsg("permission denied to set option \"%s\"", option),
@@ -86,7 +86,7 @@ static void check_file_right(const char *option) {
     }
 }
 
-static void check_value(Check check, const char *option, const char *value, int least, int most) {
+static void check_value(Check check, const char* option, const char* value, int least, int most) {
     NimbError error = {0};
     switch (check) {
         case kText:
@@ -117,7 +117,7 @@ static void check_value(Check check, const char *option, const char *value, int 
     }
 }
 
-static void check_option(const char *name, const char *value, Oid catalog) {
+static void check_option(const char* name, const char* value, Oid catalog) {
     StringInfoData valid;
     initStringInfo(&valid);
     for (size_t i = 0; i < lengthof(kOptions); ++i) {
@@ -128,8 +128,7 @@ static void check_option(const char *name, const char *value, Oid catalog) {
         }
         appendStringInfo(&valid, "%s%s", valid.len > 0 ? ", " : "", kOptions[i].name);
     }
-    ereport(ERROR, (errcode(ERRCODE_FDW_INVALID_OPTION_NAME),
-                    errmsg("invalid option \"%s\"", name),
+    ereport(ERROR, (errcode(ERRCODE_FDW_INVALID_OPTION_NAME), errmsg("invalid option \"%s\"", name),
                     valid.len > 0 ? errhint("Valid options here are: %s.", valid.data)
                                   : errhint("There are no options here.")));
 }
@@ -137,38 +136,39 @@ static void check_option(const char *name, const char *value, Oid catalog) {
 PG_FUNCTION_INFO_V1(nimbopcua_validator);
 
 Datum nimbopcua_validator(PG_FUNCTION_ARGS) {
-    List *options = untransformRelOptions(PG_GETARG_DATUM(0));
+    List* options = untransformRelOptions(PG_GETARG_DATUM(0));
     Oid catalog = PG_GETARG_OID(1);
-    ListCell *cell;
+    ListCell* cell;
     foreach (cell, options) {
-        DefElem *option = lfirst(cell);
+        DefElem* option = lfirst(cell);
         check_option(option->defname, defGetString(option), catalog);
     }
     if (catalog == ForeignServerRelationId) {
         if (nimb_option(options, "url") == NULL) refuse("url", "is required");
-        if ((nimb_option(options, "certificate") == NULL) != (nimb_option(options, "key") == NULL)) {
+        if ((nimb_option(options, "certificate") == NULL) !=
+            (nimb_option(options, "key") == NULL)) {
             refuse("certificate", "needs the option \"key\", and the other way round");
         }
     }
     PG_RETURN_VOID();
 }
 
-const char *nimb_option(List *options, const char *name) {
-    ListCell *cell;
+const char* nimb_option(List* options, const char* name) {
+    ListCell* cell;
     foreach (cell, options) {
-        DefElem *option = lfirst(cell);
+        DefElem* option = lfirst(cell);
         if (strcmp(option->defname, name) == 0) return defGetString(option);
     }
     return NULL;
 }
 
-static int number_option(List *options, const char *name, int otherwise) {
-    const char *text = nimb_option(options, name);
+static int number_option(List* options, const char* name, int otherwise) {
+    const char* text = nimb_option(options, name);
     return text == NULL ? otherwise : atoi(text);
 }
 
 /* The user's own mapping, else that of everybody, else none: an anonymous session. */
-static UserMapping *mapping_of(Oid user, Oid server) {
+static UserMapping* mapping_of(Oid user, Oid server) {
     if (!SearchSysCacheExists2(USERMAPPINGUSERSERVER, user, server) &&
         !SearchSysCacheExists2(USERMAPPINGUSERSERVER, InvalidOid, server)) {
         return NULL;
@@ -176,8 +176,8 @@ static UserMapping *mapping_of(Oid user, Oid server) {
     return GetUserMapping(user, server);
 }
 
-NimbSession *nimb_open_session(const ForeignServer *server, Oid user) {
-    const UserMapping *mapping = mapping_of(user, server->serverid);
+NimbSession* nimb_open_session(const ForeignServer* server, Oid user) {
+    const UserMapping* mapping = mapping_of(user, server->serverid);
     NimbPlant plant = {
         .url = nimb_option(server->options, "url"),
         .certificate = nimb_option(server->options, "certificate"),
@@ -195,7 +195,7 @@ NimbSession *nimb_open_session(const ForeignServer *server, Oid user) {
         .server_hash = GetSysCacheHashValue1(FOREIGNSERVEROID, server->serverid),
     };
     NimbError error = {0};
-    NimbSession *session;
+    NimbSession* session;
     if (GetDatabaseEncoding() != PG_UTF8) {
         ereport(ERROR, (errcode(ERRCODE_FEATURE_NOT_SUPPORTED),
                         errmsg("OPC UA: the encoding of the database must be UTF8")));
@@ -210,8 +210,8 @@ NimbSession *nimb_open_session(const ForeignServer *server, Oid user) {
     return session;
 }
 
-static int position_of(List **nodes, const char *node) {
-    ListCell *cell;
+static int position_of(List** nodes, const char* node) {
+    ListCell* cell;
     foreach (cell, *nodes) {
         if (strcmp(strVal(lfirst(cell)), node) == 0) return foreach_current_index(cell);
     }
@@ -219,15 +219,15 @@ static int position_of(List **nodes, const char *node) {
     return list_length(*nodes) - 1;
 }
 
-static void read_column(Relation relation, Form_pg_attribute attribute, NimbTable *table) {
-    List *options = GetForeignColumnOptions(RelationGetRelid(relation), attribute->attnum);
-    const char *name = NameStr(attribute->attname);
-    const char *node = nimb_option(options, "node");
-    const char *field_name = nimb_option(options, "field");
-    int field = field_name != NULL   ? field_of(field_name)
-                : table->is_long     ? field_of(name)
-                                     : NIMB_VALUE_FIELD;
-    NimbColumn *column = &table->columns[table->ncolumns++];
+static void read_column(Relation relation, Form_pg_attribute attribute, NimbTable* table) {
+    List* options = GetForeignColumnOptions(RelationGetRelid(relation), attribute->attnum);
+    const char* name = NameStr(attribute->attname);
+    const char* node = nimb_option(options, "node");
+    const char* field_name = nimb_option(options, "field");
+    int field = field_name != NULL ? field_of(field_name)
+                : table->is_long   ? field_of(name)
+                                   : NIMB_VALUE_FIELD;
+    NimbColumn* column = &table->columns[table->ncolumns++];
     if (table->is_long ? node != NULL || field < 0 : node == NULL || field >= kWideFields) {
         ereport(ERROR,
                 (errcode(ERRCODE_FDW_COLUMN_NAME_NOT_FOUND),
@@ -245,11 +245,11 @@ static void read_column(Relation relation, Form_pg_attribute attribute, NimbTabl
     column->node = table->is_long ? 0 : position_of(&table->nodes, node);
 }
 
-void nimb_read_table(Relation relation, NimbWanted wanted, void *argument, NimbTable *table) {
-    List *options = GetForeignTable(RelationGetRelid(relation))->options;
+void nimb_read_table(Relation relation, NimbWanted wanted, void* argument, NimbTable* table) {
+    List* options = GetForeignTable(RelationGetRelid(relation))->options;
     TupleDesc columns = RelationGetDescr(relation);
-    const char *nodes = nimb_option(options, "nodes");
-    const char *on_bad = nimb_option(options, "on_bad");
+    const char* nodes = nimb_option(options, "nodes");
+    const char* on_bad = nimb_option(options, "on_bad");
     memset(table, 0, sizeof *table);
     table->is_long = nodes != NULL;
     table->error_on_bad = on_bad != NULL && strcmp(on_bad, "error") == 0;
@@ -269,8 +269,8 @@ void nimb_read_table(Relation relation, NimbWanted wanted, void *argument, NimbT
     }
 }
 
-List *nimb_table_to_list(const NimbTable *table) {
-    List *columns = NIL;
+List* nimb_table_to_list(const NimbTable* table) {
+    List* columns = NIL;
     for (int i = 0; i < table->ncolumns; ++i) {
         columns = lappend_int(columns, table->columns[i].attno);
         columns = lappend_int(columns, table->columns[i].field);
@@ -280,9 +280,9 @@ List *nimb_table_to_list(const NimbTable *table) {
                       list_make3_int(table->is_long, table->error_on_bad, table->rows));
 }
 
-void nimb_table_from_list(List *list, NimbTable *table) {
-    List *columns = lsecond(list);
-    List *flags = lthird(list);
+void nimb_table_from_list(List* list, NimbTable* table) {
+    List* columns = lsecond(list);
+    List* flags = lthird(list);
     memset(table, 0, sizeof *table);
     table->nodes = linitial(list);
     table->is_long = linitial_int(flags) != 0;
@@ -297,10 +297,10 @@ void nimb_table_from_list(List *list, NimbTable *table) {
     }
 }
 
-NimbNodes nimb_nodes_of(const NimbTable *table) {
+NimbNodes nimb_nodes_of(const NimbTable* table) {
     NimbNodes nodes = {.count = (size_t)list_length(table->nodes), .is_list = table->is_long};
-    const char **texts = palloc(sizeof *texts * (nodes.count + 1));
-    ListCell *cell;
+    const char** texts = palloc(sizeof *texts * (nodes.count + 1));
+    ListCell* cell;
     foreach (cell, table->nodes) texts[foreach_current_index(cell)] = strVal(lfirst(cell));
     nodes.texts = texts;
     return nodes;

@@ -1,9 +1,9 @@
 /* Errors: "OPC UA: what", and where in the detail. Passwords and addresses never enter a text. */
 
-#include "extension.h"
+#include "postgresql/extension.h"
 
-#include "lib/stringinfo.h"
-#include "miscadmin.h"
+#include <lib/stringinfo.h>
+#include <miscadmin.h>
 
 static int sqlstate_of(NimbErrorKind kind) {
     switch (kind) {
@@ -26,7 +26,7 @@ static int sqlstate_of(NimbErrorKind kind) {
     return ERRCODE_FDW_ERROR;
 }
 
-static const char *hint_of(NimbErrorKind kind) {
+static const char* hint_of(NimbErrorKind kind) {
     switch (kind) {
         case NIMB_CONNECT:
             return "See the server's options url, timeout and certificate, and the user mapping.";
@@ -39,7 +39,7 @@ static const char *hint_of(NimbErrorKind kind) {
     }
 }
 
-int nimb_detail(const NimbPlace *place) {
+int nimb_detail(const NimbPlace* place) {
     const struct {
         const char *what, *name;
     } parts[] = {{"server", place->server},
@@ -57,9 +57,9 @@ int nimb_detail(const NimbPlace *place) {
     return errdetail("%s.", text.data);
 }
 
-void nimb_raise(const NimbError *error, const NimbPlace *place) {
+void nimb_raise(const NimbError* error, const NimbPlace* place) {
     NimbPlace where = *place;
-    const char *hint = hint_of(error->kind);
+    const char* hint = hint_of(error->kind);
     CHECK_FOR_INTERRUPTS();
     if (where.node == NULL) where.node = error->node;
     ereport(ERROR, (errcode(sqlstate_of(error->kind)), errmsg("OPC UA: %s", error->text),

@@ -28,7 +28,8 @@ std::shared_ptr<Request> requestOf(Session& session, std::uint32_t table, const 
         return found->second;
     }
     if (session.requests.size() >= kMostRequests) {
-        std::erase_if(session.requests, [](const auto& entry) { return entry.second.use_count() == 1; });
+        std::erase_if(session.requests,
+                      [](const auto& entry) { return entry.second.use_count() == 1; });
     }
     return session.requests[std::move(key)] =
                std::make_shared<Request>(session.connection, nodesOf(nodes));
@@ -88,8 +89,8 @@ bool nimb_scan_bad(const NimbScan* scan, std::size_t node) {
     return isBad(scan->reading.status(node).value_or(0));
 }
 
-bool nimb_scan_cell(NimbScan* scan, std::size_t node, NimbField field, NimbForm form,
-                    NimbCell* out, const char** warning, NimbError* error) {
+bool nimb_scan_cell(NimbScan* scan, std::size_t node, NimbField field, NimbForm form, NimbCell* out,
+                    const char** warning, NimbError* error) {
     return guarded(nullptr, error, [&] {
         *out = cell(*scan, node, field, form, *warning);
         return true;

@@ -114,8 +114,9 @@ void nimb_mark_table(std::uint32_t table) {
 void nimb_tidy() {
     Sessions& all = sessions();
     all.givenUp.clear();
-    std::erase_if(all.open,
-                  [](const auto& entry) { return !entry.second.session || entry.second.session->stale; });
+    std::erase_if(all.open, [](const auto& entry) {
+        return !entry.second.session || entry.second.session->stale;
+    });
     forEachSession([](Session& session) {
         std::erase_if(session.requests, [](const auto& entry) { return entry.second->stale; });
         if (wasIdle(session)) session.connection.close();
@@ -131,9 +132,8 @@ void nimb_end() {
 }
 
 int nimb_count_nodes(const char* text, NimbError* error) {
-    const auto count = guarded(nullptr, error, [text] {
-        return std::optional(nimb::host::parseNodes(text).size());
-    });
+    const auto count = guarded(
+        nullptr, error, [text] { return std::optional(nimb::host::parseNodes(text).size()); });
     return count ? static_cast<int>(*count) : -1;
 }
 

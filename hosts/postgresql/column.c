@@ -5,34 +5,59 @@
 #include <float.h>
 #include <math.h>
 
+#include <access/transam.h>
 #include <catalog/pg_type.h>
 #include <utils/builtins.h>
 #include <utils/float.h>
 #include <utils/fmgroids.h>
 #include <utils/lsyscache.h>
 
-void nimb_target(Form_pg_attribute attribute, NimbTarget* target) {
-    Oid function;
+static NimbForm form_of(Oid base) {
     Oid element;
+    switch (base) {
+        case BOOLOID: /* the common ones, without a look at the catalogue */
+        case INT2OID:
+        case INT4OID:
+        case INT8OID:
+        case FLOAT4OID:
+        case FLOAT8OID:
+        case NUMERICOID:
+        case TIMESTAMPTZOID:
+        case BYTEAOID:
+            return NIMB_FORM_SCALAR;
+        case JSONOID:
+        case JSONBOID:
+            return NIMB_FORM_JSON;
+        case TEXTOID:
+        case VARCHAROID:
+        case BPCHAROID:
+            return NIMB_FORM_TEXT;
+        default:
+            break;
+    }
+    element = get_element_type(base);
+    if (!OidIsValid(element)) return NIMB_FORM_SCALAR;
+    element = getBaseType(element);
+    return element == JSONBOID || element == JSONOID ? NIMB_FORM_JSON_ARRAY : NIMB_FORM_ARRAY;
+}
+
+void nimb_target(Form_pg_attribute attribute, NimbTarget* target) {
     target->type = attribute->atttypid;
     target->typmod = attribute->atttypmod;
-    target->base = getBaseType(target->type);
+    target->base = target->type < FirstGenbkiObjectId ? target->type : getBaseType(target->type);
     target->name = NameStr(attribute->attname);
     target->direct = target->base == target->type && target->typmod < 0;
-    element = get_element_type(target->base);
-    if (OidIsValid(element)) {
-        element = getBaseType(element);
-        target->form =
-            element == JSONBOID || element == JSONOID ? NIMB_FORM_JSON_ARRAY : NIMB_FORM_ARRAY;
-    } else if (target->base == JSONBOID || target->base == JSONOID) {
-        target->form = NIMB_FORM_JSON;
-    } else if (target->base == TEXTOID || target->base == VARCHAROID || target->base == BPCHAROID) {
-        target->form = NIMB_FORM_TEXT;
-    } else {
-        target->form = NIMB_FORM_SCALAR;
+    target->form = form_of(target->base);
+    target->memory = CurrentMemoryContext;
+}
+
+static FmgrInfo* input_of(NimbTarget* target) {
+    if (!OidIsValid(target->input.fn_oid)) {
+        Oid function;
+        getTypeInputInfo(target->type, &function, &target->ioparam);
+        fmgr_info_cxt(function, &target->input, target->memory);
     }
-    getTypeInputInfo(target->type, &function, &target->ioparam);
-    fmgr_info(function, &target->input);
+    return &target->input;
 }
 
 static bool is_integer(Oid type) { return type == INT2OID || type == INT4OID || type == INT8OID; }
@@ -176,7 +201,7 @@ Datum nimb_datum(NimbTarget* target, const NimbCell* cell, const NimbPlace* plac
     if (!fits(target, cell->kind)) refuse_type(target, cell, place);
     if (target->direct && convert(target, cell, place, &datum)) return datum;
     error_context_stack = &context;
-    datum = InputFunctionCall(&target->input, text_of(cell), target->ioparam, target->typmod);
+    datum = InputFunctionCall(input_of(target), text_of(cell), target->ioparam, target->typmod);
     error_context_stack = context.previous;
     return datum;
 }

@@ -63,9 +63,10 @@ typedef struct NimbTarget {
     Oid type, base;
     int32 typmod;
     NimbForm form;
-    bool direct; /**< no input function is needed */
-    FmgrInfo input;
+    bool direct;    /**< no input function is needed */
+    FmgrInfo input; /**< looked up by the first value that needs it */
     Oid ioparam;
+    MemoryContext memory; /**< of the input function's own data */
     const char* name;
 } NimbTarget;
 

@@ -6,6 +6,7 @@
 #include <access/table.h>
 #include <executor/executor.h>
 #include <miscadmin.h>
+#include <parser/parse_relation.h>
 #include <parser/parsetree.h>
 #include <utils/lsyscache.h>
 

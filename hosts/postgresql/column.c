@@ -51,13 +51,13 @@ void nimb_target(Form_pg_attribute attribute, NimbTarget* target) {
     target->memory = CurrentMemoryContext;
 }
 
-static FmgrInfo* input_of(NimbTarget* target) {
+static Datum input(NimbTarget* target, char* text) {
     if (!OidIsValid(target->input.fn_oid)) {
         Oid function;
         getTypeInputInfo(target->type, &function, &target->ioparam);
         fmgr_info_cxt(function, &target->input, target->memory);
     }
-    return &target->input;
+    return InputFunctionCall(&target->input, text, target->ioparam, target->typmod);
 }
 
 static bool is_integer(Oid type) { return type == INT2OID || type == INT4OID || type == INT8OID; }
@@ -201,7 +201,7 @@ Datum nimb_datum(NimbTarget* target, const NimbCell* cell, const NimbPlace* plac
     if (!fits(target, cell->kind)) refuse_type(target, cell, place);
     if (target->direct && convert(target, cell, place, &datum)) return datum;
     error_context_stack = &context;
-    datum = InputFunctionCall(input_of(target), text_of(cell), target->ioparam, target->typmod);
+    datum = input(target, text_of(cell));
     error_context_stack = context.previous;
     return datum;
 }

@@ -22,7 +22,8 @@ constexpr std::uint32_t kBadNodeIdUnknown = 0x80340000;
 constexpr std::uint32_t kBadAttributeIdInvalid = 0x80350000;  // a node without a value
 
 std::shared_ptr<Request> requestOf(Session& session, std::uint32_t table, const NimbNodes& nodes) {
-    RequestKey key{table, {nodes.texts, nodes.texts + nodes.count}};
+    RequestKey key{table, {}};
+    for (std::size_t i = 0; i < nodes.count; ++i) (key.second += nodes.texts[i]) += '\n';
     const auto found = session.requests.find(key);
     if (found != session.requests.end() && !found->second->stale) {
         return found->second;

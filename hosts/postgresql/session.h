@@ -45,8 +45,8 @@ struct Feed {
     std::deque<std::shared_ptr<const Row>> kept;
 };
 
-/// A table and the notations of its nodes.
-using RequestKey = std::pair<std::uint32_t, std::vector<std::string>>;
+/// A table and the notations of its nodes, a line each.
+using RequestKey = std::pair<std::uint32_t, std::string>;
 
 /// One session with a plant, and what was prepared on it. Objects that use it across calls share
 /// in it: it may be given up meanwhile, by a server that is altered or dropped.

@@ -143,6 +143,15 @@ backends() {
 transcript "$here/tables.txt"
 if grep -E 'plant-7|secret' "$root/run/log"; then fail 'a password in the log'; fi
 
+# Every example of the manual runs, in a database of its own.
+query 'CREATE DATABASE manual'
+sed -n "/^\`\`\`sql/,/^\`\`\`\$/{/^\`\`\`/d; s|opc.tcp://plant:4840|$url|; p}" \
+    "$here/../../docs/postgresql.md" >"$root/manual.sql"
+psql -qAtX -v ON_ERROR_STOP=1 -d manual -f "$root/manual.sql" >"$root/printed" ||
+    fail 'an example of the manual fails'
+printed '42.5|63.5'
+[ "$(psql -qAtX -d manual -c 'SELECT count(*) FROM changes')" = 3 ] || fail 'no changes were recorded'
+
 query "CREATE EXTENSION nimbopcua;
        CREATE SERVER north FOREIGN DATA WRAPPER nimbopcua OPTIONS (url '$url', timeout '1000');
        CREATE FOREIGN TABLE long (v text OPTIONS (field 'value')) SERVER north OPTIONS (nodes 'ns=2;s=Tank1.Level ns=2;s=Tank2.Level');

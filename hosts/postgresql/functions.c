@@ -140,7 +140,9 @@ Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
     NimbChanges* changes;
     Datum source;
     InitMaterializedSRF(fcinfo, 0);
-    changes = open_changes(PG_GETARG_OID(0), PG_GETARG_INT64(1), &place);
+    if (PG_ARGISNULL(0)) return (Datum)0;
+    /* The largest number of an empty history is NULL. */
+    changes = open_changes(PG_GETARG_OID(0), PG_ARGISNULL(1) ? 0 : PG_GETARG_INT64(1), &place);
     callback->func = forget_changes;
     callback->arg = changes;
     MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);

@@ -1,6 +1,6 @@
 #include "postgresql/guard.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <new>
 #include <string_view>
 
@@ -12,11 +12,19 @@ namespace nimb::postgresql {
 
 namespace {
 
+/// Copies as much as there is room for, without a part of a character at the end.
+template <std::size_t Size>
+void copyText(char (&to)[Size], std::string_view from) noexcept {
+    std::size_t length = std::min(from.size(), Size - 1);
+    while (length < from.size() && length > 0 && (from[length] & 0xC0) == 0x80) --length;
+    std::copy_n(from.data(), length, to);
+    to[length] = '\0';
+}
+
 void fill(NimbError& error, NimbErrorKind kind, std::string_view text) noexcept {
     error.kind = kind;
     error.node[0] = '\0';
-    std::snprintf(error.text, sizeof error.text, "%.*s", static_cast<int>(text.size()),
-                  text.data());
+    copyText(error.text, text);
 }
 
 /// "BadTimeout: The operation timed out." of the library's
@@ -55,7 +63,7 @@ void fillFailure(const Session* session, NimbError& error, const host::Failure& 
 }  // namespace
 
 void nameNode(NimbError& error, const char* node) noexcept {
-    if (error.node[0] == '\0') std::snprintf(error.node, sizeof error.node, "%s", node);
+    if (error.node[0] == '\0') copyText(error.node, node);
 }
 
 void describeException(const Session* session, NimbError& error) noexcept {

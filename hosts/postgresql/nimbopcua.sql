@@ -17,7 +17,7 @@ COMMENT ON FUNCTION nimb.browse(text, text) IS 'the nodes that a node consists o
 CREATE FUNCTION nimb.changes("table" regclass, after bigint)
 RETURNS TABLE (seq bigint, source text, name text, node text, value text, status bigint,
                status_name text, source_time timestamptz, server_time timestamptz, lost bigint)
-LANGUAGE C STRICT VOLATILE PARALLEL UNSAFE AS 'MODULE_PATHNAME', 'nimbopcua_changes';
+LANGUAGE C VOLATILE PARALLEL UNSAFE AS 'MODULE_PATHNAME', 'nimbopcua_changes';
 COMMENT ON FUNCTION nimb.changes(regclass, bigint)
 IS 'the changes of a table''s nodes above a number; forgets those up to it';
 

@@ -45,7 +45,7 @@ struct Feed {
     std::deque<std::shared_ptr<const Row>> kept;
 };
 
-/// A table and the notations of its nodes, a line each.
+/// A table and the notations of its nodes, a zero byte behind each.
 using RequestKey = std::pair<std::uint32_t, std::string>;
 
 /// One session with a plant, and what was prepared on it. Objects that use it across calls share

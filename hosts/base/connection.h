@@ -101,6 +101,8 @@ class Connection {
 
     /// Opens the session unless it is open.
     void open();
+    /// Whether it is, as far as is known: a failure after which it is not cost the session.
+    bool isOpen() const noexcept { return isOpen_; }
     /// Closes it. The next request opens it again.
     void close() noexcept;
     /// Makes the next open() set the client up again, which discards what it had.

@@ -40,6 +40,12 @@ std::optional<Ticks> Reading::time(std::size_t i, std::size_t item) const {
     return sample.items.empty() ? std::nullopt : timeOf(sample.items.at(item));
 }
 
+std::size_t Reading::bytes() const noexcept {
+    std::size_t bytes = 0;
+    for (const VeltoList& result : results_) bytes += result.datalength();
+    return bytes;
+}
+
 Value Reading::value(std::size_t i, const NodeInfo& info, Warning& warning) const {
     const Sample& sample = samples_.at(i);
     if (!sample.items.empty()) {

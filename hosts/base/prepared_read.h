@@ -20,6 +20,10 @@ class Reading {
   public:
     std::size_t size() const noexcept { return samples_.size(); }
 
+    /// Requests that it took, but for those whose answers did not fit, and bytes of their results.
+    std::size_t requests() const noexcept { return results_.size(); }
+    std::size_t bytes() const noexcept;
+
     /// The value's status; nothing when the value has no form and so brought none.
     std::optional<std::uint32_t> status(std::size_t i) const { return samples_.at(i).status; }
     std::optional<Ticks> sourceTime(std::size_t i) const { return time(i, 0); }

@@ -63,7 +63,7 @@ std::int64_t integerOf(const Value& value, Type type) {
     }
     const Range range = *integerRange(type);
     if (!number || *number < range.least || *number > range.greatest) {
-        throw Refusal(std::string("the number is out of the range of ") + nameOf(type));
+        throw OutOfRange(std::string("the number is out of the range of ") + nameOf(type));
     }
     return *number;
 }
@@ -80,7 +80,7 @@ double realOf(const Value& value, Type type) {
         throw Refusal("the node takes a number");
     }
     if (type == Type::singleFloat && std::isfinite(number) && std::abs(number) > FLT_MAX) {
-        throw Refusal("the number is out of the range of Float");
+        throw OutOfRange("the number is out of the range of Float");
     }
     return number;
 }

@@ -11,6 +11,11 @@ class Refusal : public std::invalid_argument {
     using std::invalid_argument::invalid_argument;
 };
 
+/// A number does not fit into what the node takes.
+class OutOfRange : public Refusal {
+    using Refusal::Refusal;
+};
+
 /// A write that was checked against what its node takes. The entry itself cuts integers to their
 /// low bytes and takes floating point for a bit pattern, so all of a statement's writes are checked
 /// before the first is sent.

@@ -1,0 +1,158 @@
+/* The functions nimb.browse and nimb.changes. */
+
+#include "postgresql/extension.h"
+
+#include <access/table.h>
+#include <catalog/pg_foreign_server.h>
+#include <funcapi.h>
+#include <miscadmin.h>
+#include <utils/acl.h>
+#include <utils/builtins.h>
+
+PG_FUNCTION_INFO_V1(nimbopcua_browse);
+PG_FUNCTION_INFO_V1(nimbopcua_changes);
+
+static void refuse_foreign(const char* name) {
+    ereport(ERROR, (errcode(ERRCODE_WRONG_OBJECT_TYPE),
+                    errmsg("\"%s\" does not belong to the foreign data wrapper nimbopcua", name)));
+}
+
+static void check_usage(const ForeignServer* server) {
+#if PG_VERSION_NUM >= 160000
+    const AclResult right =
+        object_aclcheck(ForeignServerRelationId, server->serverid, GetUserId(), ACL_USAGE);
+#else
+    const AclResult right = pg_foreign_server_aclcheck(server->serverid, GetUserId(), ACL_USAGE);
+#endif
+    if (right != ACLCHECK_OK) aclcheck_error(right, OBJECT_FOREIGN_SERVER, server->servername);
+}
+
+static void put(ReturnSetInfo* result, Datum* values, bool* nulls) {
+    tuplestore_putvalues(result->setResult, result->setDesc, values, nulls);
+}
+
+static void forget_browse(void* argument) { nimb_browse_free(argument); }
+
+Datum nimbopcua_browse(PG_FUNCTION_ARGS) {
+    const ForeignServer* server =
+        GetForeignServerByName(text_to_cstring(PG_GETARG_TEXT_PP(0)), false);
+    const char* node = text_to_cstring(PG_GETARG_TEXT_PP(1));
+    MemoryContextCallback* callback = palloc0(sizeof *callback);
+    const NimbChild* child;
+    NimbChildren* children;
+    NimbError error = {0};
+    if (GetFdwRoutineByServerId(server->serverid)->IterateForeignScan != nimb_iterate_scan) {
+        refuse_foreign(server->servername);
+    }
+    check_usage(server);
+    InitMaterializedSRF(fcinfo, 0);
+    children = nimb_browse(nimb_open_session(server, GetUserId()), node, &error);
+    CHECK_FOR_INTERRUPTS();
+    if (children == NULL) nimb_raise(&error, &(NimbPlace){.server = server->servername});
+    callback->func = forget_browse;
+    callback->arg = children;
+    MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);
+    for (size_t i = 0; (child = nimb_child(children, i)) != NULL; ++i) {
+        bool nulls[3] = {false, false, child->class_name[0] == '\0'};
+        Datum values[3] = {CStringGetTextDatum(child->name), CStringGetTextDatum(child->node),
+                           CStringGetTextDatum(child->class_name)};
+        put((ReturnSetInfo*)fcinfo->resultinfo, values, nulls);
+    }
+    return (Datum)0;
+}
+
+static void forget_changes(void* argument) { nimb_changes_free(argument); }
+
+static bool any_column(AttrNumber attno, void* argument) { return true; }
+
+enum { kChangeColumns = 10, kFirstField = 2, kLost = 9 };
+
+/* Columns of a change from the third on. */
+static const struct {
+    NimbField field;
+    NimbForm form;
+} kFields[] = {
+    {NIMB_NAME, NIMB_FORM_TEXT},          {NIMB_NODE_FIELD, NIMB_FORM_TEXT},
+    {NIMB_VALUE_FIELD, NIMB_FORM_TEXT},   {NIMB_STATUS, NIMB_FORM_SCALAR},
+    {NIMB_STATUS_NAME, NIMB_FORM_TEXT},   {NIMB_SOURCE_TIME, NIMB_FORM_SCALAR},
+    {NIMB_SERVER_TIME, NIMB_FORM_SCALAR},
+};
+
+static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, Datum source,
+                       const NimbPlace* place) {
+    Datum values[kChangeColumns] = {0};
+    bool nulls[kChangeColumns] = {false};
+    int64 number;
+    int64 lost;
+    size_t node;
+    nimb_change(changes, row, &number, &node, &lost);
+    values[0] = Int64GetDatum(number);
+    values[1] = source;
+    for (size_t i = 0; i < lengthof(kFields); ++i) {
+        NimbError error = {0};
+        const char* warning = NULL;
+        NimbCell cell;
+        if (!nimb_change_cell(changes, row, kFields[i].field, kFields[i].form, &cell, &warning,
+                              &error)) {
+            nimb_raise(&error, place);
+        }
+        nulls[kFirstField + i] = cell.kind == NIMB_NULL;
+        if (cell.kind == NIMB_NULL) continue;
+        values[kFirstField + i] =
+            kFields[i].form == NIMB_FORM_TEXT
+                ? PointerGetDatum(cstring_to_text_with_len(cell.text, (int)cell.length))
+                : Int64GetDatum(cell.integer);
+    }
+    nulls[kLost] = lost < 0;
+    values[kLost] = Int64GetDatum(lost);
+    put(result, values, nulls);
+}
+
+static NimbChanges* open_changes(Oid relid, int64 after, NimbPlace* place) {
+    Relation relation = table_open(relid, AccessShareLock);
+    const AclResult right = pg_class_aclcheck(relid, GetUserId(), ACL_SELECT);
+    const ForeignServer* server;
+    NimbChanges* changes;
+    NimbTable table;
+    NimbError error = {0};
+    place->table = pstrdup(RelationGetRelationName(relation));
+    if (relation->rd_rel->relkind != RELKIND_FOREIGN_TABLE ||
+        GetFdwRoutineForRelation(relation, false)->IterateForeignScan != nimb_iterate_scan) {
+        refuse_foreign(place->table);
+    }
+    if (right != ACLCHECK_OK) aclcheck_error(right, OBJECT_FOREIGN_TABLE, place->table);
+    nimb_read_table(relation, any_column, NULL, &table);
+    server = GetForeignServer(GetForeignTable(relid)->serverid);
+    place->server = server->servername;
+    changes = nimb_changes(nimb_open_session(server, GetUserId()), relid, nimb_nodes_of(&table),
+                           after, (size_t)table.queue, &error);
+    CHECK_FOR_INTERRUPTS();
+    if (changes == NULL) nimb_raise(&error, place);
+    table_close(relation, NoLock);
+    return changes;
+}
+
+Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
+    MemoryContextCallback* callback = palloc0(sizeof *callback);
+    MemoryContext row_memory =
+        AllocSetContextCreate(CurrentMemoryContext, "nimb.changes", ALLOCSET_DEFAULT_SIZES);
+    NimbPlace place = {0};
+    NimbChanges* changes;
+    Datum source;
+    InitMaterializedSRF(fcinfo, 0);
+    if (PG_ARGISNULL(0)) return (Datum)0;
+    /* The largest number of an empty history is NULL. */
+    changes = open_changes(PG_GETARG_OID(0), PG_ARGISNULL(1) ? 0 : PG_GETARG_INT64(1), &place);
+    callback->func = forget_changes;
+    callback->arg = changes;
+    MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);
+    source = CStringGetTextDatum(place.table);
+    for (size_t i = 0; i < nimb_changes_size(changes); ++i) {
+        MemoryContext before = MemoryContextSwitchTo(row_memory);
+        put_change((ReturnSetInfo*)fcinfo->resultinfo, changes, i, source, &place);
+        MemoryContextSwitchTo(before);
+        MemoryContextReset(row_memory);
+        CHECK_FOR_INTERRUPTS();
+    }
+    return (Datum)0;
+}

@@ -1,5 +1,5 @@
 # What an installation consists of beside the library and its header: the two programs, their man
-# pages and completions, and the manual. Two components, because they become two packages.
+# pages and completions, the manual and an example of a plant file. Two components, because they become two packages.
 
 foreach(program nimbhost nimb-demo-server)
   if(TARGET ${program})  # nimbhost is left out where its libraries are missing
@@ -7,6 +7,8 @@ foreach(program nimbhost nimb-demo-server)
   endif()
 endforeach()
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+        COMPONENT runtime)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/packaging/examples" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
         COMPONENT runtime)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/packaging/completion/"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT runtime)

@@ -48,6 +48,7 @@ start_plant() {
 
 clean_up() {
     local status=$?
+    set +e  # whatever is gone already
     [ -z "${plant:-}" ] || { kill -CONT "$plant"; kill "$plant"; } 2>/dev/null
     [ ! -e "$root/run/data/postmaster.pid" ] ||
         "${as_user[@]}" "$bindir/pg_ctl" -D "$root/run/data" -m immediate -w stop >/dev/null

@@ -6,7 +6,8 @@
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build=$1
-if ! command -v pg_config psql >/dev/null || [ ! -x "$(pg_config --bindir)/initdb" ]; then
+if ! command -v pg_config >/dev/null || ! command -v psql >/dev/null ||
+    [ ! -x "$(pg_config --bindir)/initdb" ]; then
     echo "skipped: no PostgreSQL server here; scripts/install-deps --postgresql installs one"
     exit 77
 fi

@@ -59,8 +59,8 @@ void collect(Feed& feed, std::int64_t after, std::size_t most) {
     }
 }
 
-NimbCell cell(NimbChanges& changes, std::size_t i, NimbField field, NimbForm form,
-              const char*& warning) {
+NimbCell makeCell(NimbChanges& changes, std::size_t i, NimbField field, NimbForm form,
+                  const char*& warning) {
     const host::Change& change = changes.rows.at(i)->change;
     const host::NodeInfo& info = changes.feed->infos->at(change.node);
     const nimb::VeltoROList items = change.list();
@@ -102,9 +102,9 @@ void nimb_change(const NimbChanges* changes, std::size_t i, std::int64_t* number
 }
 
 bool nimb_change_cell(NimbChanges* changes, std::size_t i, NimbField field, NimbForm form,
-                      NimbCell* out, const char** warning, NimbError* error) {
+                      NimbCell* cell, const char** warning, NimbError* error) {
     return guarded(nullptr, error, [&] {
-        *out = cell(*changes, i, field, form, *warning);
+        *cell = makeCell(*changes, i, field, form, *warning);
         return true;
     });
 }

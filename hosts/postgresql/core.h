@@ -7,6 +7,7 @@
 /// heap's, and what they hand out is either freed by a function below or valid until the next call
 /// for the same object. Functions that can fail return false and fill the error.
 
+/* NOLINTBEGIN(modernize-*): a header for C too. */
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -190,3 +191,4 @@ void nimb_changes_free(NimbChanges* changes);
 #ifdef __cplusplus
 }
 #endif
+/* NOLINTEND(modernize-*) */

@@ -45,8 +45,8 @@ void read(NimbScan& scan) {
     }
 }
 
-NimbCell cell(NimbScan& scan, std::size_t node, NimbField field, NimbForm form,
-              const char*& warning) {
+NimbCell makeCell(NimbScan& scan, std::size_t node, NimbField field, NimbForm form,
+                  const char*& warning) {
     const host::NodeInfo& info = scan.request->infos->at(node);
     const auto status = scan.reading.status(node);
     if (field == NIMB_VALUE_FIELD) {
@@ -81,19 +81,24 @@ bool nimb_scan_read(NimbScan* scan, NimbError* error) {
 std::size_t nimb_scan_size(const NimbScan* scan) { return scan->request->prepared.nodes().size(); }
 
 bool nimb_scan_missing(const NimbScan* scan, std::size_t node) {
-    const auto status = scan->reading.status(node);
-    return status == kBadNodeIdUnknown || status == kBadNodeIdInvalid ||
-           status == kBadAttributeIdInvalid;
+    switch (scan->reading.status(node).value_or(0)) {
+        case kBadNodeIdInvalid:
+        case kBadNodeIdUnknown:
+        case kBadAttributeIdInvalid:
+            return true;
+        default:
+            return false;
+    }
 }
 
 bool nimb_scan_bad(const NimbScan* scan, std::size_t node) {
     return isBad(scan->reading.status(node).value_or(0));
 }
 
-bool nimb_scan_cell(NimbScan* scan, std::size_t node, NimbField field, NimbForm form, NimbCell* out,
-                    const char** warning, NimbError* error) {
+bool nimb_scan_cell(NimbScan* scan, std::size_t node, NimbField field, NimbForm form,
+                    NimbCell* cell, const char** warning, NimbError* error) {
     return guarded(nullptr, error, [&] {
-        *out = cell(*scan, node, field, form, *warning);
+        *cell = makeCell(*scan, node, field, form, *warning);
         return true;
     });
 }

@@ -6,11 +6,11 @@
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build=$1
-if ! command -v pg_config psql >/dev/null || [ ! -x "$(pg_config --bindir)/initdb" ]; then
+if ! command -v pg_config >/dev/null || ! command -v psql >/dev/null ||
+    [ ! -x "$(pg_config --bindir)/initdb" ]; then
     echo "skipped: no PostgreSQL server here; scripts/install-deps --postgresql installs one"
     exit 77
 fi
-account=$(id -un postgres 2>/dev/null || echo nobody)
 root=$(mktemp -d /tmp/nimb-postgresql-XXXXXX)
 chmod 755 "$root"
 . "$here/cluster.sh"
@@ -72,8 +72,13 @@ frozen_plant() {
     takes 1 3 behind STOP 'SELECT level FROM tank' 500
     printed '57014: canceling statement due to statement timeout'
     kill -CONT "$plant"
-    takes 1 3 behind STOP 'UPDATE tank SET set_point = 1'
-    printed 'BadTimeout'
+    query "CREATE FUNCTION stop() RETURNS trigger LANGUAGE plpgsql AS \$\$ BEGIN
+               COPY (SELECT 1) TO PROGRAM 'cat >/dev/null; kill -STOP $plant'; RETURN NEW; END \$\$;
+           CREATE TRIGGER stop BEFORE UPDATE ON tank FOR EACH ROW EXECUTE FUNCTION stop()"
+    takes 1 3 behind CONT 'UPDATE tank SET set_point = 1'
+    printed 'HV000: OPC UA: BadTimeout'
+    printed 'The write may have been carried out. Values written before: 0'
+    query 'DROP FUNCTION stop CASCADE' 2>/dev/null
     kill -CONT "$plant"
     [ "$(query 'SELECT level FROM tank')" = 42.5 ] || fail 'the plant does not answer again'
 }

@@ -200,7 +200,9 @@ UA_StatusCode GuardedTransport::open(const UA_KeyValueMap& params, ConnectionReq
 // errno first: recv leaves it alone when the peer has closed, and open62541 1.4.11 then takes
 // EINTR or EAGAIN, left behind by whatever the host did before, for "try again".
 UA_StatusCode GuardedTransport::runLoop(UA_EventLoop* loop, UA_UInt32 timeout) {
-    timeout = boundedWait(timeout);
+    // A loop that is stopped without a connection has nothing to wait for, but would.
+    const bool done = loop->state == UA_EVENTLOOPSTATE_STOPPING && connections_.empty();
+    timeout = done ? 0 : boundedWait(timeout);
     readDecrypted();
     errno = 0;
     return run_(loop, timeout);

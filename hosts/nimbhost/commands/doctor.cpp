@@ -1,6 +1,9 @@
 // nimbhost doctor: every step from the library to live values, with cause and cure.
 
+#include <algorithm>
 #include <iostream>
+#include <sstream>
+#include <string_view>
 
 #include "nimbhost/doctor/examination.h"
 #include "nimbhost/terminal/table.h"
@@ -17,29 +20,46 @@ const char* jsonName(Result result) noexcept {
     return names[static_cast<int>(result)];
 }
 
-std::string shown(Result result) {
-    switch (result) {
-        case Result::ok:
-            return styled("ok", Style::good);
-        case Result::warn:
-            return styled("warn", Style::warning);
-        case Result::fail:
-            return styled("FAIL", Style::bad);
-        default:
-            return styled("-", Style::faint);
+struct Word {
+    std::string_view text;
+    Style style;
+};
+/// By result.
+constexpr Word words[] = {
+    {"ok", Style::good}, {"warn", Style::warning}, {"FAIL", Style::bad}, {"-", Style::faint}};
+
+// The table shows control characters as text, so colours come behind it.
+std::string withColours(const std::string& text, std::size_t resultAt) {
+    std::string out;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        for (const Word& word : words) {
+            const std::string cell = std::string(word.text) + ' ';
+            if (line.size() > resultAt && line.compare(resultAt, cell.size(), cell) == 0) {
+                line.replace(resultAt, word.text.size(), styled(word.text, word.style));
+                break;
+            }
+        }
+        out += line + '\n';
     }
+    return out;
 }
 
 void showFindings(const std::vector<Finding>& findings) {
+    constexpr std::size_t separator = 2;
     Table table({{"STEP"}, {"RESULT"}, {"WHAT", Column::wrapped}}, false);
     std::string step;
+    std::size_t longest = 0;
     for (const Finding& finding : findings) {
-        table.add({finding.step == step ? "" : finding.step, shown(finding.result),
+        table.add({finding.step == step ? "" : finding.step,
+                   std::string(words[static_cast<int>(finding.result)].text),
                    harmless(finding.text)});
         if (!finding.cure.empty()) table.add({"", "", "-> " + harmless(finding.cure)});
         step = finding.step;
+        longest = std::max(longest, step.size());
     }
-    std::cout << table.text(isTerminal(1) ? terminalWidth() : kNoWidth);
+    std::cout << withColours(table.text(isTerminal(1) ? terminalWidth() : kNoWidth),
+                             longest + separator);
 }
 
 std::string counted(std::size_t count, const char* what) {
@@ -78,16 +98,17 @@ void addDoctor(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand(
         "doctor", "every step from the library to live values, with cause and cure");
     const auto plant = std::make_shared<PlantOptions>();
-    const auto words = std::make_shared<std::vector<std::string>>();
+    const auto operands = std::make_shared<std::vector<std::string>>();
     const auto expires = std::make_shared<int>(0);
     plant->addTo(*command);
-    command->add_option("[URL] NODE", *words, "the server, unless given; nodes to read and follow");
+    command->add_option("[URL] NODE", *operands,
+                        "the server, unless given; nodes to read and follow");
     command->add_option("--expires", *expires, "fail when a certificate ends within so many days")
         ->check(CLI::Range(0, 36500))
         ->type_name("DAYS");
     command->callback([=, &tool] {
         tool.action = [=, &tool] {
-            std::vector<std::string> nodes = *words;
+            std::vector<std::string> nodes = *operands;
             if (!nodes.empty() && nodes[0].find("://") != std::string::npos) {
                 plant->setOperand(nodes[0]);
                 nodes.erase(nodes.begin());

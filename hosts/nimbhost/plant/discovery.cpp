@@ -77,8 +77,8 @@ OwnedClient silentClient(std::chrono::milliseconds timeout) {
     const UA_StatusCode status = UA_ClientConfig_setDefault(own);
     if (status != UA_STATUSCODE_GOOD) throw DiscoveryError(status, UA_StatusCode_name(status));
     own->timeout = static_cast<UA_UInt32>(timeout.count());
-    // Asked for by name: looking for an endpoint by itself, the stack refuses a server that takes no
-    // log-in in clear, though discovery needs none.
+    // Asked for by name: looking for an endpoint by itself, the stack refuses a server that takes
+    // no log-in in clear, though discovery needs none.
     own->endpoint.securityMode = UA_MESSAGESECURITYMODE_NONE;
     if (UA_String_copy(&UA_SECURITY_POLICY_NONE_URI, &own->endpoint.securityPolicyUri) !=
         UA_STATUSCODE_GOOD) {

@@ -1,11 +1,18 @@
 #pragma once
 
+#include <open62541/types.h>
+
 #include <optional>
 
 #include "client/certificate_names.h"
 #include "client/der.h"
 
 namespace nimb {
+
+/// A view of a stack value's bytes.
+[[nodiscard]] inline Bytes derOf(const UA_ByteString& string) {
+    return {string.data, string.length};
+}
 
 /// What the library asks of a certificate before it lets the stack have it; a view of the bytes it
 /// was read from. That its signature holds and its authority is trusted is for the stack to say.

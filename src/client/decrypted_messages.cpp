@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
 
 #include "errors/log_file.h"
@@ -41,19 +40,13 @@ constexpr std::array<Verify, sizeof...(Policy)> makeWatching(std::index_sequence
 }
 constexpr auto watching = makeWatching(std::make_index_sequence<kMostPolicies>());
 
-bool isNone(const UA_SecurityPolicy& policy) {
-    const std::string_view uri(reinterpret_cast<const char*>(policy.policyUri.data),
-                               policy.policyUri.length);
-    return uri.ends_with("#None");
-}
-
 }  // namespace
 
 UA_StatusCode DecryptedMessages::watch(UA_ClientConfig& config) {
     for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
         UA_SecurityPolicy& policy = config.securityPolicies[i];
         Verify& verify = policy.symmetricModule.cryptoModule.signatureAlgorithm.verify;
-        if (isNone(policy)) {
+        if (UA_String_equal(&policy.policyUri, &UA_SECURITY_POLICY_NONE_URI)) {
             continue;
         }
         auto slot = std::find(verifiers.begin(), verifiers.end(), verify);

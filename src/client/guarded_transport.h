@@ -45,6 +45,10 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     /// Messages that the stack has sent, those included that it sends by itself while it is driven.
     [[nodiscard]] std::uint64_t sentMessages() const { return sentMessages_; }
 
+    /// Keeps the round of the loop that is going on, or the next one, from waiting for what no
+    /// longer comes, as the stack does not see that by itself.
+    void endRound();
+
   private:
     GuardedTransport(UA_EventLoop& loop, UA_ConnectionManager& sockets);
     ~GuardedTransport() = default;
@@ -60,7 +64,6 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     UA_UInt32 boundedWait(UA_UInt32 timeout);
     void readDecrypted() const;
     void closeAll();
-    void endRound();
     [[nodiscard]] GuardedConnection* find(std::uintptr_t id) const;
     [[nodiscard]] bool overdue(TransportClock::time_point now) const;
 

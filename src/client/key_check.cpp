@@ -26,12 +26,10 @@ UACErr refuseKind(const char* what) {
     return {UACERR_OPCUA, static_cast<long>(UA_STATUSCODE_BADSECURITYCHECKSFAILED), text, what};
 }
 
-Bytes bytesOf(const UA_ByteString& string) { return {string.data, string.length}; }
-
 bool isForeignPem(const UA_ByteString& key) {
     OwnedSecretBytes der;
     return UA_PKI_decryptPrivateKey(key, UA_BYTESTRING_NULL, der.get()) == UA_STATUSCODE_GOOD &&
-           isForeignPrivateKey(bytesOf(*der));
+           isForeignPrivateKey(derOf(*der));
 }
 
 }  // namespace
@@ -42,7 +40,7 @@ UACErr checkPrivateKey(const UA_ByteString& key) {
     }
     const bool der = key.data[0] == kDerSequence;
     const bool pem = key.data[0] == kPemBegin;
-    if (der ? isForeignPrivateKey(bytesOf(key)) : pem && isForeignPem(key)) {
+    if (der ? isForeignPrivateKey(derOf(key)) : pem && isForeignPem(key)) {
         return refuseKind("private key");
     }
     // DER as RSA keys begin. open62541 1.4.11 refuses other bytes too, but loses its copy of them.
@@ -54,8 +52,7 @@ UACErr checkPrivateKey(const UA_ByteString& key) {
 
 UACErr checkOwnCertificate(const UA_ClientConfig& config) {
     for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
-        const auto own =
-            CertificateView::read(bytesOf(config.securityPolicies[i].localCertificate));
+        const auto own = CertificateView::read(derOf(config.securityPolicies[i].localCertificate));
         if (own && !own->hasRsaKey()) {
             return refuseKind("client certificate's key");
         }

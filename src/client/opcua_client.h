@@ -194,7 +194,7 @@ class OpcuaClient {
     std::unique_ptr<UA_Client, StackClientDeleter> client_;
     bool resetRequired_ = false;
     bool sessionOpened_ = false;
-    long lastUse_ = 0;  ///< milliseconds, on a clock that counts suspended time
+    std::int64_t lastUse_ = 0;  ///< milliseconds, on a clock that counts suspended time
     std::map<long, std::unique_ptr<BulkReadReq>> bulkReads_;
     long lastQueryHandle_ = 0;
     SubscriptionMap subscriptions_;

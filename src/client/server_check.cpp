@@ -8,23 +8,15 @@
 #include <exception>
 #include <string_view>
 
+#include "client/guarded_transport.h"
 #include "convert/owned.h"
+#include "convert/string_convert.h"
 
 namespace nimb {
 
 namespace {
 
 constexpr std::string_view kPemMark = "-----BEGIN";
-
-Bytes bytesOf(const UA_ByteString& string) { return {string.data, string.length}; }
-
-std::string textOf(const UA_String& string) {
-    return {reinterpret_cast<const char*>(string.data), string.length};
-}
-
-bool isNone(const UA_SecurityPolicy& policy) {
-    return UA_String_equal(&policy.policyUri, &UA_SECURITY_POLICY_NONE_URI);
-}
 
 /// One of the stack's connection attributes, borrowed from the client.
 template <typename T>
@@ -39,7 +31,7 @@ T attribute(UA_Client* client, const char* name, std::size_t type) {
 
 TrustedFiles::TrustedFiles(const std::vector<FileBytes>& files) {
     for (const FileBytes& file : files) {
-        std::string text = textOf(file.view());
+        std::string text(bytesOf(file.view()));
         if (text.find(kPemMark) != std::string::npos) {
             std::erase_if(text, [](unsigned char c) { return std::isspace(c) != 0; });
         }
@@ -53,8 +45,9 @@ bool TrustedFiles::hold(Bytes certificate) const {
     if (UA_ByteString_toBase64(&der, base64.get()) != UA_STATUSCODE_GOOD) {
         throw std::bad_alloc();
     }
-    const std::string binary = textOf(der);
-    const std::string pem = "-----BEGINCERTIFICATE-----" + textOf(*base64) + "-----END";
+    const std::string_view binary = bytesOf(der);
+    const std::string pem =
+        "-----BEGINCERTIFICATE-----" + std::string(bytesOf(*base64)) + "-----END";
     return std::ranges::any_of(files_, [&](const std::string& file) {
         return file.starts_with(binary) || file.find(pem) != std::string::npos;
     });
@@ -80,7 +73,7 @@ void ServerCheck::expect(const char* url) {
     UA_UInt16 port = 0;
     // A URL that the stack cannot read opens no connection either.
     static_cast<void>(UA_parseEndpointUrl(&text, &host, &port, &path));
-    host_ = textOf(host);
+    host_ = bytesOf(host);
 }
 
 const UA_Logger* ServerCheck::logger() const { return UA_Client_getConfig(client_)->logging; }
@@ -105,32 +98,21 @@ UA_StatusCode ServerCheck::newContext(const UA_SecurityPolicy* policy,
     }
 }
 
+// The connection is closed already, so that nothing more happens on it: the loop of open62541
+// 1.4.11 would sleep to its next timer, up to a second.
 UA_StatusCode ServerCheck::refuse(UA_StatusCode status, const std::string& reason) {
     UA_LOG_ERROR(logger(), UA_LOGCATEGORY_CLIENT, "Server refused with %s: %s",
                  UA_StatusCode_name(status), reason.c_str());
-    wakeLoop();
+    GuardedTransport::of(client_)->endRound();
     return status;
-}
-
-// The connection is closed already, so that nothing more happens on it: the loop of open62541
-// 1.4.11 would sleep to its next timer, up to a second. It does not while a callback is waiting.
-void ServerCheck::wakeLoop() {
-    if (wakeUp_.callback == nullptr) {
-        wakeUp_.callback = [](void* /*application*/, void* check) {
-            static_cast<ServerCheck*>(check)->wakeUp_.callback = nullptr;
-        };
-        wakeUp_.context = this;
-        UA_EventLoop* loop = UA_Client_getConfig(client_)->eventLoop;
-        loop->addDelayedCallback(loop, &wakeUp_);
-    }
 }
 
 UA_StatusCode ServerCheck::examine(const UA_SecurityPolicy& policy,
                                    const UA_ByteString& certificate) {
-    if (isNone(policy)) {
+    if (UA_String_equal(&policy.policyUri, &UA_SECURITY_POLICY_NONE_URI)) {
         return examineUnsecured();
     }
-    const auto view = CertificateView::read(bytesOf(certificate));
+    const auto view = CertificateView::read(derOf(certificate));
     if (!view) {
         return refuse(UA_STATUSCODE_BADCERTIFICATEINVALID,
                       "its endpoint has no certificate in DER form");
@@ -158,10 +140,9 @@ UA_StatusCode ServerCheck::examineUnsecured() {
 }
 
 UA_StatusCode ServerCheck::examineNames(const CertificateView& certificate) {
-    const std::string application =
-        textOf(attribute<UA_ApplicationDescription>(client_, "serverDescription",
-                                                    UA_TYPES_APPLICATIONDESCRIPTION)
-                   .applicationUri);
+    const auto server = attribute<UA_ApplicationDescription>(client_, "serverDescription",
+                                                             UA_TYPES_APPLICATIONDESCRIPTION);
+    const std::string application(bytesOf(server.applicationUri));
     const std::string issuedTo = "its certificate is for " + certificate.names().text() + ", not ";
     struct Demand {
         bool met;

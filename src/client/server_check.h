@@ -1,7 +1,6 @@
 #pragma once
 
 #include <open62541/client.h>
-#include <open62541/plugin/eventloop.h>
 
 #include <string>
 #include <vector>
@@ -65,14 +64,12 @@ class ServerCheck {
     UA_StatusCode examineUnsecured();
     UA_StatusCode examineNames(const CertificateView& certificate);
     UA_StatusCode refuse(UA_StatusCode status, const std::string& reason);
-    void wakeLoop();
     [[nodiscard]] const UA_Logger* logger() const;
 
     UA_Client* client_;
     TrustedFiles trusted_;
     std::string host_;
-    UA_DelayedCallback wakeUp_{};  ///< in the event loop's list while it has a callback
-    std::vector<Guard> guards_;    ///< never grows: the policies point into it
+    std::vector<Guard> guards_;  ///< never grows: the policies point into it
 };
 
 }  // namespace nimb

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <ctime>
 
+#include "client/clock.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
 
@@ -8,16 +8,12 @@ namespace nimb {
 
 namespace {
 
-/// Milliseconds since the machine started. Unlike the stack's clock it goes on while the machine,
-/// or the virtual one, is suspended: servers let channels end meanwhile.
-long uptime() {
-    timespec now{};
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return now.tv_sec * 1000 + now.tv_nsec / 1000000;
-}
+/// Unlike the stack's clock it goes on while the machine, or the virtual one, is suspended: servers
+/// let channels end meanwhile.
+std::int64_t uptime() { return milliseconds(CLOCK_BOOTTIME); }
 
 /// Calls that follow each other faster find the channel as the call before has left it.
-constexpr long kIdle = 100;  // milliseconds
+constexpr std::int64_t kIdle = 100;  // milliseconds
 
 /// Longest wait for the answer to a renewal of the channel, in milliseconds. A server that gives
 /// none costs no more of the host's time.
@@ -47,7 +43,7 @@ UACErr OpcuaClient::prepareService() {
 void OpcuaClient::noteUse() { lastUse_ = uptime(); }
 
 void OpcuaClient::catchUpAfterIdleTime() {
-    const long now = uptime();
+    const std::int64_t now = uptime();
     if (sessionOpened_ && now - lastUse_ >= kIdle) {
         UA_Client* const client = client_.get();
         const UA_UInt32 wait = std::min(UA_Client_getConfig(client)->timeout / 2, kRenewalWait);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <ctime>
 
+#include "client/clock.h"
 #include "client/guarded_transport.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
@@ -21,11 +21,6 @@ constexpr int kMaxPerLine = 9999;  // notifications folded into one line
 constexpr std::int64_t kPause = 100;      // between two looks at the pace
 constexpr std::int64_t kShortPause = 10;  // while there is no connection
 constexpr std::int64_t kRestoreEvery = 1000;
-
-std::int64_t milliseconds() {
-    using namespace std::chrono;
-    return duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
 
 // False when a signal ended it.
 bool pauseFor(std::int64_t time) {
@@ -72,7 +67,7 @@ double OpcuaClient::keepAliveRate() const {
 bool OpcuaClient::restoreConnection() {
     UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
     UA_Client_getState(client_.get(), &channel, nullptr, nullptr);
-    const std::int64_t now = milliseconds();
+    const std::int64_t now = milliseconds(CLOCK_MONOTONIC);
     if (!sessionMayBeUsed() || channel != UA_SECURECHANNELSTATE_CLOSED ||
         now - restoredAt_ < kRestoreEvery) {
         return false;
@@ -105,7 +100,7 @@ bool OpcuaClient::driveOnce(std::int64_t timeout) {
 
 void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
     const std::uint64_t reports = subscriptionReports();
-    std::int64_t now = milliseconds();
+    std::int64_t now = milliseconds(CLOCK_MONOTONIC);
     const std::int64_t end = now + timeout;
     bool undisturbed = true;
     do {
@@ -115,7 +110,7 @@ void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
             pace_.allowBurst();
         }
         undisturbed = pace_.open() ? driveOnce(end - now) : pauseFor(std::min(end - now, kPause));
-        now = milliseconds();
+        now = milliseconds(CLOCK_MONOTONIC);
     } while (now < end && undisturbed && polled.getQueueSize() == 0 &&
              subscriptionReports() == reports);
 }

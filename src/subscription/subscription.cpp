@@ -4,11 +4,11 @@
 
 #include <cmath>
 
+#include "client/clock.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
 #include "convert/result_exporter.h"
 #include "errors/log_file.h"
-#include "subscription/clock.h"
 #include "subscription/stack_callbacks.h"
 
 namespace nimb {
@@ -41,7 +41,7 @@ Subscription::Subscription(OpcuaClient* client, int maxQueueSize)
     : client_(client),
       maxQueueSize_(maxQueueSize),
       exportOptions_(resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES)),
-      lastChange_(coarseMilliseconds()) {}
+      lastChange_(milliseconds(CLOCK_MONOTONIC_COARSE)) {}
 
 Subscription::~Subscription() {
     const UAC_SUBSCRIPTION_STATUS status = status_;

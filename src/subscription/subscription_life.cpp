@@ -1,8 +1,8 @@
 #include <open62541/client.h>
 
+#include "client/clock.h"
 #include "client/opcua_client.h"
 #include "errors/log_file.h"
-#include "subscription/clock.h"
 #include "subscription/stack_callbacks.h"
 #include "subscription/subscription.h"
 
@@ -25,14 +25,15 @@ void Subscription::silent() {
     UAC_WriteLogFile(
         "Subscription %u is silent: nothing from the server, not even a keep-alive, "
         "for more than %.0f ms; last change %ld ms ago",
-        subscriptionId_, silenceBound(), static_cast<long>(coarseMilliseconds() - lastChange_));
+        subscriptionId_, silenceBound(),
+        static_cast<long>(milliseconds(CLOCK_MONOTONIC_COARSE) - lastChange_));
 }
 
 // By Republish of the message 0, which never exists: of all requests that name a subscription it
 // alone changes nothing, neither its settings nor what it is about to send, and every server that
 // has subscriptions has it. Alive, the server answers that there is no such message.
 bool Subscription::askServer() {
-    const std::int64_t now = coarseMilliseconds();
+    const std::int64_t now = milliseconds(CLOCK_MONOTONIC_COARSE);
     if (!suspected_ || asking_ || status_ == SERVER_DELETED || now < askedAgainAt_) {
         return false;
     }
@@ -49,7 +50,8 @@ bool Subscription::askServer() {
 bool Subscription::answered(UA_StatusCode answer) {
     asking_ = false;
     suspected_ = false;
-    askedAgainAt_ = coarseMilliseconds() + static_cast<std::int64_t>(silenceBound());
+    askedAgainAt_ =
+        milliseconds(CLOCK_MONOTONIC_COARSE) + static_cast<std::int64_t>(silenceBound());
     if (answer != UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID &&
         answer != UA_STATUSCODE_BADNOSUBSCRIPTION) {
         return false;

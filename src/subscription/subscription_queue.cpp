@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "subscription/clock.h"
+#include "client/clock.h"
 #include "subscription/subscription.h"
 
 namespace nimb {
@@ -36,7 +36,7 @@ UACErr Subscription::convert(VeltoList& out, const UA_DataValue& value) const {
 void Subscription::queue(const UA_DataValue& value, std::uint32_t monitoredItemId) {
     const std::lock_guard<std::mutex> lock(queueMutex_);
     ++reports_;
-    lastChange_ = coarseMilliseconds();
+    lastChange_ = milliseconds(CLOCK_MONOTONIC_COARSE);
     if (full()) {
         countLoss(monitoredItemId);
         return;

@@ -7,7 +7,6 @@
 
 #include "errors/error_list.h"
 #include "errors/error_names.h"
-#include "errors/hex_debug.h"
 #include "errors/host_message.h"
 #include "errors/repeated_line.h"
 #include "errors/status_code_descs.h"

@@ -12,19 +12,6 @@ namespace nimb {
 /// @throws std::bad_alloc
 VeltoList& emptyResults();
 
-/// The error that an operation returns, or the one for whatever it raises.
-template <typename Operation>
-UACErr outcomeOf(const HostBytes* in, VeltoList& results, const char* tag, Operation& operation) {
-    try {
-        const Arguments arguments(in);
-        return operation(arguments, results);
-    } catch (const UACErr& raised) {
-        return raised;
-    } catch (...) {
-        return {UACERR_UNKNOWN, 10, "%s", tag};
-    }
-}
-
 /// The frame around every handler: views the input, runs the operation, turns whatever it raises
 /// into an error and writes the result once. Nothing escapes.
 /// @param tag        the text of the error for anything raised that is not a UACErr
@@ -34,7 +21,8 @@ void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
                Operation&& operation) noexcept {
     try {
         VeltoList& results = emptyResults();
-        const UACErr error = outcomeOf(in, results, tag, operation);
+        const UACErr error = errorOf([&] { return operation(Arguments(in), results); },
+                                     [tag] { return UACErr::unknown("%s", tag); });
         UAC_MakeReturnValue(error, results, out, false);
     } catch (...) {
         writeFailureWithoutMemory(out, tag);

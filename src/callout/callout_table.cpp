@@ -132,7 +132,7 @@ struct Row {
 static_assert(sizeof(Row) == 3 * sizeof(void*) && sizeof(Row) == sizeof(nimb_callout_row),
               "hosts step through rows of three pointers");
 
-// Hosts know some entries by their row, so the order is fixed; it is not alphabetical.
+// The order is fixed: Compatibility C6.
 constinit const Row zfedll_static[] = {
     {"zfTest", zfTest},
     {"zfTestGetInt", zfTestGetInt},

@@ -8,8 +8,8 @@
 
 namespace nimb {
 
-/// The registry of objects that hosts address by number. Numbers run 1, 2, 3, ... for the life of
-/// the process and are never given out again.
+/// The registry of objects that hosts address by number. Numbers run 1, 2, 3, ... and none is given
+/// out twice while the library stays loaded: Compatibility C7.
 template <typename Object>
 class HandleMap {
   public:
@@ -37,7 +37,7 @@ class HandleMap {
         }
     }
 
-    /// Files a new object and returns its handle.
+    /// Takes in a new object and returns its handle.
     long add(std::unique_ptr<Object> object) {
         const long handle = ++lastHandle_;
         objects_.emplace_hint(objects_.end(), handle, std::move(object));

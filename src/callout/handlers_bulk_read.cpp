@@ -10,8 +10,8 @@ namespace nimb {
 
 namespace {
 
-// Every attribute id is read, so each must be readable, but this entry has always prepared reads
-// of the Value attribute, whatever was given.
+// Every attribute id is read, so each must be readable, but reads of the Value attribute are
+// prepared, whatever was given: Compatibility C19.
 std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds) {
     std::vector<UA_UInt32> result(attributeIds.size(), UA_ATTRIBUTEID_VALUE);
     for (std::size_t i = 0; i < result.size(); ++i) {
@@ -81,7 +81,7 @@ void OpcuaStatic::readBulkPollC(HostBytes* out, const HostBytes* in) {
         OpcuaClient& client = arguments.client();
         const long queryHandle = arguments[1].AsLong();
         const bool valueRequired = arguments[2].AsLong() == 1;
-        // The option is checked and not consulted: dates are ODBC text.
+        // Dates are ODBC text all the same: Compatibility C28.
         if (const long option = arguments[3].AsLong(); option > lastDateOption) {
             return {UACERR_APPLICATION, APPERR_OTHER, "Invalid datetime format option (opt=%d)",
                     static_cast<int>(option)};

@@ -27,7 +27,7 @@ std::string dotted(int major, int minor, int revision) {
     return text;
 }
 
-// Hosts read the numbers of a second component here, which this library does not have.
+// Of a component that this library does not have: Compatibility C28.
 void appendSecondVersion(VeltoList& list) {
     list += 1;
     list += dotted(0, 0, 0);

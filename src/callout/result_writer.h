@@ -12,7 +12,7 @@ class VeltoList;
 ///
 /// The length of the encoded list is taken modulo 65536, as the host's 16-bit length does; when it
 /// then exceeds 32767 bytes the output is left exactly as it was, and a list of 65536 + n bytes is
-/// written as its first n bytes. Hosts are built on both.
+/// written as its first n bytes: Compatibility C1.
 /// @param results        scratch of this call: a failure list takes its place
 /// @param statusPresent  the results begin with their status already
 /// @throws std::bad_alloc

@@ -5,13 +5,14 @@
 
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
+#include "convert/string_mode.h"
 
 namespace nimb {
 
 namespace {
 
 // SByte to Int64 and StatusCode, by their positions in the stack's type table. The gaps are
-// deliberate: hosts are told that the other types cannot be written.
+// deliberate: Compatibility C23.
 constexpr unsigned long kIntegerTypes = 0x400FE;
 
 constexpr long kFloatType = UA_TYPES_FLOAT;
@@ -23,7 +24,7 @@ UACErr taggedStatus(UA_StatusCode status, const char* tag) {
     if (status == UA_STATUSCODE_GOOD) {
         return {};
     }
-    return {UACERR_OPCUA, static_cast<long>(status), "%s", tag};
+    return UACErr::opcua(status, "%s", tag);
 }
 
 }  // namespace
@@ -62,6 +63,15 @@ UACErr OpcuaClient::readValueAttribute(UA_DataValue* out, const UA_NodeId& id) {
     return {};
 }
 
+UACErr OpcuaClient::readValueAttribute(VeltoList* out, const UA_NodeId& id) {
+    OwnedDataValue value;
+    UACErr error = readValueAttribute(value.get(), id);
+    if (!error.isError()) {
+        resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES).UA2CL_DataValue(out, value.get());
+    }
+    return error;
+}
+
 UACErr OpcuaClient::readAttribute(void* out, const UA_NodeId& id, UA_AttributeId attribute,
                                   const UA_DataType* type) {
     if (UACErr error = prepareService(); error.isError()) {
@@ -76,8 +86,7 @@ UACErr OpcuaClient::readAttribute(void* out, const UA_NodeId& id, UA_AttributeId
     if (status == UA_STATUSCODE_GOOD) {
         return {};
     }
-    return {UACERR_OPCUA, static_cast<long>(status), "AttributeId = %d",
-            static_cast<int>(attribute)};
+    return UACErr::opcua(status, "AttributeId = %d", static_cast<int>(attribute));
 }
 
 UACErr OpcuaClient::readValueAttribute(UA_Variant* out, const UA_NodeId& id) {

@@ -4,7 +4,7 @@
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
-#include "convert/result_exporter.h"
+#include "convert/string_mode.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
 
@@ -16,7 +16,7 @@ namespace {
 constexpr UA_UInt32 kAllReferenceFields = 0x3F;
 
 // Forward references of all types to nodes of all classes; the server chooses the page size.
-void describe(const NodeIdArray& ids, UA_BrowseRequest& request) {
+void fillRequest(const NodeIdArray& ids, UA_BrowseRequest& request) {
     void* nodes = UA_Array_new(ids.size(), &UA_TYPES[UA_TYPES_BROWSEDESCRIPTION]);
     if (nodes == nullptr) {
         throw std::bad_alloc();
@@ -51,10 +51,10 @@ void appendContinuationPoints(VeltoList* out, const UACExport& exporter,
 
 UACErr conversionFailed(UA_StatusCode firstBad) {
     if (firstBad == UA_STATUSCODE_GOOD) {
-        return {UACERR_UNKNOWN, 10, "Unknown error encountered handling browse request"};
+        return UACErr::unknown("Unknown error encountered handling browse request");
     }
-    return {UACERR_OPCUA, static_cast<long>(firstBad),
-            "Errors encountered handling browse request (1 unknown, 1+ OPCUA)"};
+    return UACErr::opcua(firstBad,
+                         "Errors encountered handling browse request (1 unknown, 1+ OPCUA)");
 }
 
 UACErr appendResults(VeltoList* out, const UA_BrowseResponse& response) {
@@ -76,9 +76,8 @@ UACErr appendResults(VeltoList* out, const UA_BrowseResponse& response) {
     if (!bad) {
         return {};
     }
-    return {UACERR_OPCUA, static_cast<long>(badStatus),
-            "Error encountered regarding node #%d of %d", static_cast<int>(*bad + 1),
-            static_cast<int>(response.resultsSize)};
+    return UACErr::opcua(badStatus, "Error encountered regarding node #%d of %d",
+                         static_cast<int>(*bad + 1), static_cast<int>(response.resultsSize));
 }
 
 }  // namespace
@@ -88,10 +87,10 @@ UACErr OpcuaClient::browse(VeltoList* out, const NodeIdArray& ids) {
         return error;
     }
     OwnedBrowseRequest request;
-    describe(ids, *request);
+    fillRequest(ids, *request);
     OwnedBrowseResponse response;
     const auto begin = std::chrono::steady_clock::now();
-    // The service result is not looked at: hosts know a failed call as one without results.
+    // A failed call is one without results: Compatibility C14.
     callService(request.get(), request.type(), response.get(), response.type());
     releaseContinuationPoints(*response, std::chrono::steady_clock::now() - begin);
     return appendResults(out, *response);

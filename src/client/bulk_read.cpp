@@ -1,13 +1,13 @@
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
 #include "client/specification.h"
-#include "convert/result_exporter.h"
+#include "convert/string_mode.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
 
 namespace nimb {
 
-/// How a poll words what goes wrong before there are values. Hosts tell the polls apart by it.
+/// How a poll words what goes wrong before there are values: Compatibility C11.
 struct BulkReadTexts {
     UACERR_TYPE unknownHandleKind;
     const char* tag;
@@ -48,7 +48,7 @@ void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_Data
 
 }  // namespace
 
-BulkReadReq& OpcuaClient::fileBulkRead(int* queryHandle) {
+BulkReadReq& OpcuaClient::addBulkRead(int* queryHandle) {
     auto request = std::make_unique<BulkReadReq>();
     ++lastQueryHandle_;
     *queryHandle = static_cast<int>(lastQueryHandle_);
@@ -57,7 +57,7 @@ BulkReadReq& OpcuaClient::fileBulkRead(int* queryHandle) {
 
 UACErr OpcuaClient::readBulkSetup(int* queryHandle, const NodeIdArray& ids,
                                   const UA_UInt32* attributeIds) {
-    return fileBulkRead(queryHandle).setup(ids, attributeIds);
+    return addBulkRead(queryHandle).setup(ids, attributeIds);
 }
 
 UACErr OpcuaClient::readBulkSetup(int* queryHandle, const Specification& specification) {
@@ -71,7 +71,7 @@ UACErr OpcuaClient::sendBulkRead(long queryHandle, const BulkReadTexts& texts,
     }
     const auto found = bulkReads_.find(queryHandle);
     if (found == bulkReads_.end()) {
-        return {texts.unknownHandleKind, 10,
+        return {texts.unknownHandleKind, UACErr::kGeneralCode,
                 "Query handle does not correspond to a prespecified read request%s : handle = %d",
                 texts.tag, static_cast<int>(queryHandle)};
     }
@@ -84,8 +84,8 @@ UACErr OpcuaClient::sendBulkRead(long queryHandle, const BulkReadTexts& texts,
         status = UA_STATUSCODE_BADUNKNOWNRESPONSE;  // results could not be told apart
     }
     if (status != UA_STATUSCODE_GOOD) {
-        return {UACERR_OPCUA, static_cast<long>(status),
-                "Error encountered during execution of read request%s", texts.tag};
+        return UACErr::opcua(status, "Error encountered during execution of read request%s",
+                             texts.tag);
     }
     return {};
 }
@@ -102,7 +102,7 @@ UACErr OpcuaClient::readBulkPoll(VeltoList* out, long queryHandle) {
             exporter.UA2CL_DataValue(out, &response->results[i]);
         }
     } catch (...) {
-        return conversionFailed(" ", i + 1);  // this poll alone counts from 1
+        return conversionFailed(" ", i + 1);  // Compatibility C11
     }
     return {};
 }
@@ -138,8 +138,8 @@ UACErr OpcuaClient::readBulkPollC(VeltoList* out, long queryHandle, bool valueRe
             if (value.hasValue) {
                 exporter.addNestedDataValue(out, value);
             } else if (valueRequired) {
-                return {UACERR_SERVER, 10, "Missing return value [rbp-c] : idx = %d",
-                        static_cast<int>(i + 1)};
+                return {UACERR_SERVER, UACErr::kGeneralCode,
+                        "Missing return value [rbp-c] : idx = %d", static_cast<int>(i + 1)};
             } else {
                 out->stuffAscii(out->datalength(), nullptr, 0);
             }

@@ -4,18 +4,12 @@
 
 namespace nimb {
 
-namespace {
-
-UACErr memoryError() { return {UACERR_CLIENT, 9, "Memory allocation error"}; }
-
-}  // namespace
-
 UACErr BulkReadReq::setup(const NodeIdArray& ids, const UA_UInt32* attributeIds) {
     request_.reset();
     request_->timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;
     void* nodes = UA_Array_new(ids.size(), &UA_TYPES[UA_TYPES_READVALUEID]);
     if (nodes == nullptr) {
-        return memoryError();
+        return UACErr::outOfMemory();
     }
     request_->nodesToRead = static_cast<UA_ReadValueId*>(nodes);
     request_->nodesToReadSize = ids.size();
@@ -24,7 +18,7 @@ UACErr BulkReadReq::setup(const NodeIdArray& ids, const UA_UInt32* attributeIds)
         node.attributeId = attributeIds[i];
         if (UA_NodeId_copy(&ids[i], &node.nodeId) != UA_STATUSCODE_GOOD) {
             request_.reset();
-            return memoryError();
+            return UACErr::outOfMemory();
         }
     }
     return {};

@@ -129,8 +129,8 @@ std::string CertificateNames::text() const {
         if (ip) {
             text += addressText(name->content);
         } else {
-            const Bytes shown = name->content.first(std::min(name->content.size(), kMaxText));
-            std::ranges::transform(shown, std::back_inserter(text), printable);
+            const Bytes start = name->content.first(std::min(name->content.size(), kMaxText));
+            std::ranges::transform(start, std::back_inserter(text), printable);
         }
     }
     return text.empty() ? "no one" : text;

@@ -11,7 +11,7 @@ namespace {
 constexpr int kChannelOpen = 6;
 constexpr int kChannelClosed = 8;
 
-// open62541 1.4 counts its transport states in; hosts know the older, shorter row of states.
+// open62541 1.4 counts its transport states in; hosts know a shorter row: Compatibility C22.
 int hostChannelState(UA_SecureChannelState state) {
     switch (state) {
         case UA_SECURECHANNELSTATE_HEL_SENT:
@@ -85,14 +85,14 @@ UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
 }
 
 UACErr OpcuaClient::connectTo(const char* url) {
-    const std::string shown = withoutSecret(url);
+    const std::string target = withoutSecret(url);
     if (serverCheck_ != nullptr) {
         serverCheck_->expect(url);
     }
     UA_StatusCode status = UA_STATUSCODE_GOOD;
     {
         const auto call = StackCall::request(client_.get());
-        status = UA_Client_connect(client_.get(), shown.c_str());
+        status = UA_Client_connect(client_.get(), target.c_str());
     }
     sessionOpened_ = status == UA_STATUSCODE_GOOD;
     noteUse();
@@ -100,12 +100,11 @@ UACErr OpcuaClient::connectTo(const char* url) {
         return {};
     }
     if (status == UA_STATUSCODE_BADTIMEOUT) {
-        const UA_ClientConfig* config = UA_Client_getConfig(client_.get());
-        const int timeout = config == nullptr ? -1 : static_cast<int>(config->timeout);
-        return {UACERR_OPCUA, static_cast<long>(status),
-                "Unable to connect to '%s', configured timeout = %d ms", shown.c_str(), timeout};
+        const auto timeout = static_cast<int>(UA_Client_getConfig(client_.get())->timeout);
+        return UACErr::opcua(status, "Unable to connect to '%s', configured timeout = %d ms",
+                             target.c_str(), timeout);
     }
-    return {UACERR_OPCUA, static_cast<long>(status), "Unable to connect to '%s'", shown.c_str()};
+    return UACErr::opcua(status, "Unable to connect to '%s'", target.c_str());
 }
 
 UACErr OpcuaClient::connect(const char* url) {

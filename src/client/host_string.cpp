@@ -28,10 +28,10 @@ OwnedString copyOfBytes(const std::string& bytes) {
 }  // namespace
 
 OwnedString hostString(const VeltoListItem& item) {
-    switch (UAC_unicode_usage) {
-        case 0:
+    switch (hostTexts()) {
+        case HostTexts::bytes:
             return copyOfBytes(item.AsAString());
-        case 1: {
+        case HostTexts::utf16: {
             const std::u16string units = item.AsXString();
             return UACExport::XString2UAString(&units);
         }

@@ -23,7 +23,7 @@ UACErr refuseKind(const char* what) {
     constexpr const char* text =
         "The %s is not RSA; make the client's key and certificate with RSA";
     UAC_WriteLogFile(text, what);
-    return {UACERR_OPCUA, static_cast<long>(UA_STATUSCODE_BADSECURITYCHECKSFAILED), text, what};
+    return UACErr::opcua(UA_STATUSCODE_BADSECURITYCHECKSFAILED, text, what);
 }
 
 bool isForeignPem(const UA_ByteString& key) {

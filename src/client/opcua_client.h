@@ -83,6 +83,8 @@ class OpcuaClient {
     /// Reads the Value attribute with both timestamps. Only a failed service call is an error: the
     /// node's own status travels in the data value, which the caller then owns.
     UACErr readValueAttribute(UA_DataValue* out, const UA_NodeId& id);
+    /// The same as results: source time, server time, status and value.
+    UACErr readValueAttribute(VeltoList* out, const UA_NodeId& id);
     /// Reads the Value attribute as a bare variant, which the caller then owns.
     UACErr readValueAttribute(UA_Variant* out, const UA_NodeId& id);
     /// Reads any attribute into a value of the given type, which the caller then owns.
@@ -98,7 +100,7 @@ class OpcuaClient {
     /// They are appended even when a node was refused and the error says so.
     UACErr browse(VeltoList* out, const NodeIdArray& ids);
 
-    /// Files a read request of the nodes' attributes under a new query handle. The handle is filed
+    /// Keeps a read request of the nodes' attributes under a new query handle. The handle is taken
     /// even when the request could not be built.
     /// @param attributeIds  one for each node
     UACErr readBulkSetup(int* queryHandle, const NodeIdArray& ids, const UA_UInt32* attributeIds);
@@ -186,7 +188,7 @@ class OpcuaClient {
     void releaseContinuationPoints(const UA_BrowseResponse& response,
                                    std::chrono::steady_clock::duration spent);
 
-    BulkReadReq& fileBulkRead(int* queryHandle);
+    BulkReadReq& addBulkRead(int* queryHandle);
     /// The steps that all polls share, up to a response with one result a node.
     UACErr sendBulkRead(long queryHandle, const BulkReadTexts& texts, OwnedReadResponse& response);
 

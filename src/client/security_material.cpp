@@ -16,7 +16,7 @@ namespace nimb {
 
 namespace {
 
-// Longer paths are refused; hosts have always been held to this.
+// Longer paths are refused: Compatibility C13.
 constexpr std::size_t kMaxPath = 998;
 
 struct DirectoryCloser {
@@ -120,7 +120,7 @@ bool FileBytes::read(const std::string& path) {
 UACErr readSecurityMaterial(const SecurityPaths& paths, SecurityMaterial& material) {
     UACErr error = readOne(paths.certificate, kCertificateFailed, material.certificate);
     if (!error.isError()) {
-        // Hosts know the private key by the certificate's text; the path tells them apart.
+        // In the words for the certificate: Compatibility C12.
         error = readOne(paths.privateKey, kCertificateFailed, material.privateKey);
     }
     if (!error.isError()) {

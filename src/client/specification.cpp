@@ -37,7 +37,7 @@ std::optional<VeltoROList> asList(const VeltoListItem& item) {
 
 // Runs a reading step; nothing when it raised anything but exhausted memory.
 template <typename Read>
-auto readable(Read&& read) -> std::optional<decltype(read())> {
+auto attempt(Read&& read) -> std::optional<decltype(read())> {
     try {
         return read();
     } catch (const std::bad_alloc&) {
@@ -51,7 +51,7 @@ bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Reads a whole text as strtol with base 10 does in the C locale: leading blanks, one sign,
 // digits. Nothing when other characters follow or the number leaves the 64-bit range. The empty
-// text is 0: hosts rely on it.
+// text is 0: Compatibility C18.
 std::optional<long> wholeNumber(std::string_view text) {
     if (text.empty()) {
         return 0;
@@ -84,9 +84,9 @@ std::optional<long> wholeNumber(std::string_view text) {
 // name is the empty one.
 void setNodeName(UA_NodeId& id, long namespaceIndex, const VeltoListItem& name) {
     OwnedString identifier = hostString(name);
-    const bool wide = UAC_unicode_usage == 1;
-    const std::optional<long> number =
-        wide ? wholeNumber(bytesOf(*identifier)) : wholeNumber(name.AsAString());
+    const std::optional<long> number = hostTexts() == HostTexts::utf16
+                                           ? wholeNumber(bytesOf(*identifier))
+                                           : wholeNumber(name.AsAString());
     if (number) {
         setNumericNodeId(id, namespaceIndex, *number);
     } else {
@@ -100,36 +100,36 @@ UACErr Specification::allocate(std::size_t count) {
     try {
         nodeIds_ = NodeIdArray(count);
     } catch (const std::bad_alloc&) {
-        return {UACERR_CLIENT, 9, "Memory allocation error (node ids)"};
+        return UACErr::outOfMemory(" (node ids)");
     }
     try {
         attributeIds_.assign(count, 0);
     } catch (const std::bad_alloc&) {
-        return {UACERR_CLIENT, 9, "Memory allocation error (attribute ids)"};
+        return UACErr::outOfMemory(" (attribute ids)");
     }
     return {};
 }
 
 UACErr Specification::setProperty(std::size_t n, const VeltoListItem& property) {
-    auto fields = readable([&] { return asList(property); });
+    auto fields = attempt([&] { return asList(property); });
     if (!fields || !*fields) {
         return malformed(
             "Malformed specification. Unable to access Specification element for property", n);
     }
     VeltoROList& field = **fields;
-    const auto namespaceIndex = readable([&] { return field.at(kNamespaceItem).AsLong(); });
+    const auto namespaceIndex = attempt([&] { return field.at(kNamespaceItem).AsLong(); });
     if (!namespaceIndex) {
         return malformed("Unable to read namespace for property", n);
     }
-    const auto named = readable([&] {
+    const auto named = attempt([&] {
         setNodeName(nodeIds_[n - 1], *namespaceIndex, field.at(kNameItem));
         return true;
     });
     if (!named) {
-        const char* tag = UAC_unicode_usage == 1 ? " [x]" : " [a]";
+        const char* tag = hostTexts() == HostTexts::utf16 ? " [x]" : " [a]";
         return malformed("Unable to read node name for property", n, tag);
     }
-    const auto attribute = readable([&] { return field.at(kAttributeItem).AsLong(); });
+    const auto attribute = attempt([&] { return field.at(kAttributeItem).AsLong(); });
     if (!attribute) {
         return malformed("Unable to read attribute id for property", n);
     }
@@ -148,7 +148,7 @@ UACErr Specification::set(const VeltoROList& container) {
 }
 
 UACErr Specification::parse(const VeltoROList& container) {
-    auto properties = readable([&] { return asList(container.at(kPropertyListItem)); });
+    auto properties = attempt([&] { return asList(container.at(kPropertyListItem)); });
     if (!properties || !*properties) {
         return malformed("Malformed specification. Unable to access Specification as an NIMB list");
     }

@@ -1,7 +1,7 @@
 #include <open62541/types.h>
 
 #include "client/opcua_client.h"
-#include "errors/name_table.h"
+#include "errors/error_names.h"
 
 namespace nimb {
 
@@ -23,7 +23,7 @@ const char* OpcuaClient::getStatusCodeName(unsigned int statusCode) {
     return UA_StatusCode_name(statusCode);
 }
 
-// Hosts once asked for a state that is now given by its parts.
+// The state is given by its parts: Compatibility C28.
 const char* OpcuaClient::getClientStateName(long /*state*/) { return "Deprecated"; }
 
 const char* OpcuaClient::getSecureChannelStateName(long state) {

@@ -30,9 +30,9 @@ std::string withoutSecret(std::string_view url) {
     const std::size_t scheme = url.find(mark);
     const std::size_t begin = scheme < end ? scheme + mark.size() : 0;
     const std::size_t colon = url.find(':', begin);
-    std::string shown(url.substr(0, colon < end ? colon + 1 : begin));
-    shown += "***";
-    return shown += url.substr(end);
+    std::string masked(url.substr(0, colon < end ? colon + 1 : begin));
+    masked += "***";
+    return masked += url.substr(end);
 }
 
 }  // namespace nimb

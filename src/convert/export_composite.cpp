@@ -28,6 +28,8 @@ template <typename Items, typename Write>
     nested.close();
 }
 
+UACErr unsupportedNodeId() { return {UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId"}; }
+
 /// The index of the type that a node id's identifier has.
 int identifierTypeIndex(UA_NodeIdType type) {
     switch (type) {
@@ -40,7 +42,7 @@ int identifierTypeIndex(UA_NodeIdType type) {
         case UA_NODEIDTYPE_BYTESTRING:
             return UA_TYPES_BYTESTRING;
     }
-    throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
+    throw unsupportedNodeId();
 }
 
 void writeText(const UACExport& exporter, VeltoList& list, const UA_String& text) {
@@ -75,13 +77,9 @@ template <typename Items>
 
 void appendNodeId(const UACExport& exporter, VeltoList& list, const UA_NodeId& id,
                   const UA_ExpandedNodeId* expanded, bool flat) {
-    try {
-        writeGroup(list, flat, [&] { writeNodeIdParts(exporter, list, id, expanded); });
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        throw UACErr(UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId");
-    }
+    orError(
+        [&] { writeGroup(list, flat, [&] { writeNodeIdParts(exporter, list, id, expanded); }); },
+        unsupportedNodeId);
 }
 
 void writeNodeId(const UACExport& exporter, VeltoList& list, const UA_NodeId& id,
@@ -107,7 +105,7 @@ template <typename Items>
 template <typename Items>
 [[gnu::always_inline]] inline void writeLocalizedText(const UACExport& exporter, Items& items,
                                                       const UA_LocalizedText& text, bool flat) {
-    // Text before locale, against the order in the structure: hosts read them so.
+    // Text before locale, against the order in the structure: Compatibility C20.
     writeGroup(items, flat, [&] {
         writeText(exporter, items, text.text);
         writeText(exporter, items, text.locale);

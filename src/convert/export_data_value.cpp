@@ -4,7 +4,6 @@
 #include "convert/string_convert.h"
 #include "convert/type_index.h"
 #include "convert/ua_export.h"
-#include "convert/variant_shape.h"
 #include "errors/uac_err.h"
 #include "list/item_writer.h"
 #include "list/nested_list.h"
@@ -67,13 +66,9 @@ const UA_String& stringIn(const UA_Variant& value) {
 }  // namespace
 
 long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) const {
-    try {
-        addDataValueParts(list, *dataValue);
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        throw UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION, "UA2CL_DataValue");
-    }
+    orError(
+        [&] { addDataValueParts(list, *dataValue); },
+        [] { return UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION, "UA2CL_DataValue"); });
     return UA_TYPES_DATAVALUE;
 }
 

@@ -17,6 +17,10 @@ const T& as(const void* value) {
     return *static_cast<const T*>(value);
 }
 
+UACErr nullInput(const char* which) {
+    return {UACERR_CLIENT, APPERR_VARIANT_CONVERSION, "UA2CL null input %s", which};
+}
+
 void appendBytes(VeltoList& list, std::string_view bytes) {
     unsigned char* payload = list.appendItem(item_code::kBytes, bytes.size());
     if (!bytes.empty()) {
@@ -114,18 +118,11 @@ long UACExport::addToVeltoListB(VeltoList* list, long typeIndex, const void* val
 
 long UACExport::UA2CL(VeltoList* list, long typeIndex, const void* value) const {
     if (list == nullptr) {
-        throw UACErr(UACERR_CLIENT, 5, "UA2CL null input list");
+        throw nullInput("list");
     }
-    try {
-        return addToVeltoList(list, typeIndex, value, false);
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        if (value == nullptr) {
-            throw UACErr(UACERR_CLIENT, 5, "UA2CL null input datum");
-        }
-        throw UACErr(UACERR_UNKNOWN, 10, "UA2CL");
-    }
+    return orError(
+        [&] { return addToVeltoList(list, typeIndex, value, false); },
+        [&] { return value == nullptr ? nullInput("datum") : UACErr::unknown("UA2CL"); });
 }
 
 void UACExport::add(VeltoList* list, const UA_String* text) const {

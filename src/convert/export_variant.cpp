@@ -5,7 +5,6 @@
 
 #include "convert/type_index.h"
 #include "convert/ua_export.h"
-#include "convert/variant_shape.h"
 #include "errors/uac_err.h"
 #include "list/nested_list.h"
 #include "list/velto_list.h"
@@ -20,7 +19,7 @@ constexpr std::size_t kLargestInt = std::numeric_limits<std::int32_t>::max();
 constexpr std::size_t kMaxDimensions = 32;
 
 /// Lists are written with 32-bit numbers; larger ones show their low half.
-int shown(std::size_t number) { return static_cast<int>(static_cast<std::uint32_t>(number)); }
+int asInt32(std::size_t number) { return static_cast<int>(static_cast<std::uint32_t>(number)); }
 
 [[nodiscard]] UACErr variantError(const char* text) {
     return {UACERR_APPLICATION, APPERR_VARIANT_CONVERSION, "%s", text};
@@ -35,7 +34,7 @@ void checkLength(const UA_Variant& variant) {
         throw variantError("array is of zero-length");
     }
     if (variant.arrayLength > kLargestInt) {
-        throw UACErr(UACERR_CLIENT, 10, "variant : array len [%d]", shown(variant.arrayLength));
+        throw UACErr::client("variant : array len [%d]", asInt32(variant.arrayLength));
     }
 }
 
@@ -44,7 +43,7 @@ void checkLength(const UA_Variant& variant) {
 void checkDimensions(const UA_Variant& variant) {
     const std::size_t count = variant.arrayDimensionsSize;
     if (count > kLargestInt) {
-        throw UACErr(UACERR_CLIENT, 10, "variant : qty array dim [%d]", shown(count));
+        throw UACErr::client("variant : qty array dim [%d]", asInt32(count));
     }
     if (count < 2) {
         return;
@@ -58,8 +57,8 @@ void checkDimensions(const UA_Variant& variant) {
         overflow |= __builtin_mul_overflow(product, variant.arrayDimensions[i], &product);
     }
     if (overflow || product != variant.arrayLength) {
-        throw UACErr(UACERR_CLIENT, 10, "variant : array elem qty / qty dim mismatch [%d,%d]",
-                     shown(variant.arrayLength), shown(product));
+        throw UACErr::client("variant : array elem qty / qty dim mismatch [%d,%d]",
+                             asInt32(variant.arrayLength), asInt32(product));
     }
     if (count > kMaxDimensions) {
         throw arrayError();
@@ -71,7 +70,7 @@ std::unique_ptr<int[]> makeStrides(const int* dims, int dimCount, int width) {
     const auto count = static_cast<std::size_t>(dimCount);
     std::unique_ptr<int[]> strides(new (std::nothrow) int[count]);
     if (strides == nullptr) {
-        throw UACErr(UACERR_CLIENT, 9, "Memory allocation error");
+        throw UACErr::outOfMemory();
     }
     auto stride = static_cast<std::size_t>(width);
     for (std::size_t k = count; k-- > 0;) {
@@ -95,7 +94,7 @@ long UACExport::UA2CL_Variant(VeltoList* list, const UA_Variant* variant, bool f
         return addToVeltoList(list, typeIndexOf(variant->type), variant->data, flat);
     }
     if (variant->type != nullptr && variantMode == VARIANT_NESTED) {
-        addNestedArray(list, *variant, flat);
+        orError([&] { addNestedArray(list, *variant, flat); }, arrayError);
         return UA_TYPES_VARIANT;
     }
     if (variant->type != nullptr && variantMode == VARIANT_SCALAR_OR_FULL) {
@@ -107,33 +106,27 @@ long UACExport::UA2CL_Variant(VeltoList* list, const UA_Variant* variant, bool f
 }
 
 void UACExport::addNestedArray(VeltoList* list, const UA_Variant& variant, bool flat) const {
-    try {
-        checkLength(variant);
-        const long typeIndex = typeIndexOf(variant.type);
-        const void* data = hasData(variant) ? variant.data : nullptr;
-        if (variant.arrayLength == 1) {
-            // A lone element stands by itself; hosts do not expect a list here.
-            addToVeltoList(list, typeIndex, data, false);
-            return;
-        }
-        checkDimensions(variant);
-        if (data == nullptr) {
-            throw arrayError();
-        }
-        const int length = static_cast<int>(variant.arrayLength);
-        const bool oneDimension = variant.arrayDimensionsSize < 2;
-        const int dimCount = oneDimension ? 1 : static_cast<int>(variant.arrayDimensionsSize);
-        const int* dims =
-            oneDimension ? &length : reinterpret_cast<const int*>(variant.arrayDimensions);
-        const auto strides = makeStrides(dims, dimCount, getTypeWidth(typeIndex));
-        UA2CL_Variant_Aux1(list, typeIndex, data, dimCount, 0, dims, strides.get());
-        if (flat) {
-            *list += dimCount;
-        }
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
+    checkLength(variant);
+    const long typeIndex = typeIndexOf(variant.type);
+    const void* data = hasData(variant) ? variant.data : nullptr;
+    if (variant.arrayLength == 1) {
+        // A lone element stands by itself: Compatibility C21.
+        addToVeltoList(list, typeIndex, data, false);
+        return;
+    }
+    checkDimensions(variant);
+    if (data == nullptr) {
         throw arrayError();
+    }
+    const int length = static_cast<int>(variant.arrayLength);
+    const bool oneDimension = variant.arrayDimensionsSize < 2;
+    const int dimCount = oneDimension ? 1 : static_cast<int>(variant.arrayDimensionsSize);
+    const int* dims =
+        oneDimension ? &length : reinterpret_cast<const int*>(variant.arrayDimensions);
+    const auto strides = makeStrides(dims, dimCount, getTypeWidth(typeIndex));
+    UA2CL_Variant_Aux1(list, typeIndex, data, dimCount, 0, dims, strides.get());
+    if (flat) {
+        *list += dimCount;
     }
 }
 
@@ -162,13 +155,7 @@ void UACExport::UA2CL_Variant_FullVeltoListOnly(VeltoList* list, const UA_Varian
     if (variant->type == nullptr) {
         throw variantError("UA2CL_Variant");
     }
-    try {
-        addFullForm(list, *variant);
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        throw variantError("UA2CL_Variant");
-    }
+    orError([&] { addFullForm(list, *variant); }, [] { return variantError("UA2CL_Variant"); });
 }
 
 void UACExport::addFullForm(VeltoList* list, const UA_Variant& scalar) const {

@@ -45,7 +45,7 @@ template <typename Items>
             return true;
         case UA_TYPES_INT64:
         case UA_TYPES_UINT64:
-            // Unsigned values from 2^63 on come out negative: hosts have no larger integers.
+            // Unsigned values from 2^63 on come out negative: Compatibility C5.
             list += static_cast<long long>(*static_cast<const UA_Int64*>(value));
             return true;
         case UA_TYPES_FLOAT:

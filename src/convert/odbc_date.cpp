@@ -6,7 +6,6 @@
 #include <cstring>
 #include <string_view>
 
-#include "convert/ticks.h"
 #include "convert/ua_export.h"
 #include "convert/utf16_digits.h"
 #include "list/velto_list.h"

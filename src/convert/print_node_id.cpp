@@ -3,7 +3,7 @@
 #include "convert/string_convert.h"
 #include "convert/string_mode.h"
 #include "convert/ua_export.h"
-#include "errors/hex_debug.h"
+#include "errors/uac_err.h"
 
 namespace nimb {
 namespace {
@@ -12,16 +12,16 @@ namespace {
 constexpr std::size_t kFixedCapacity = 32;
 
 void printStringId(const UA_NodeId& id, char* buffer) {
-    if (UAC_unicode_usage != 0 && UAC_unicode_usage != 1) {
+    if (hostTexts() == HostTexts::ignored) {
         return;
     }
     const std::string_view bytes = bytesOf(id.identifier.string);
     const std::string dump =
         UAC_GetHexDebugString(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     // Through std::string: the precision of a %.*s must never turn negative.
-    const std::string shown(bytes);
+    const std::string text(bytes);
     std::snprintf(buffer, printedNodeIdCapacity(id), "(%d,'%s') [%s]", id.namespaceIndex,
-                  shown.c_str(), dump.c_str());
+                  text.c_str(), dump.c_str());
 }
 
 }  // namespace

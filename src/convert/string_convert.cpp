@@ -24,9 +24,9 @@ UA_Byte* allocate(std::size_t bytes) {
 
 UACErr invalidUtf8(std::string_view bytes) {
     // The bytes need not end in a zero; the precision bounds them.
-    const auto shown = static_cast<int>(std::min(bytes.size(), UACErr::kMaxText));
+    const auto length = static_cast<int>(std::min(bytes.size(), UACErr::kMaxText));
     return {UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
-            "Error converting string from UTF-8 to UTF-16: '%.*s' [x]", shown, bytes.data()};
+            "Error converting string from UTF-8 to UTF-16: '%.*s' [x]", length, bytes.data()};
 }
 
 std::string UACExport::UAString2AString(const UA_String* text) {
@@ -42,20 +42,19 @@ UA_String UACExport::AString2UAString(std::string* text) {
 
 std::u16string UACExport::UAString2XString(const UA_String* text, void** /*extra*/) {
     const std::string_view bytes = bytesOf(*text);
-    try {
-        std::u16string result(bytes.size(), u'\0');
-        const auto units = writeUtf16(bytes, reinterpret_cast<unsigned char*>(result.data()));
-        if (!units) {
-            throw invalidUtf8(bytes);
-        }
-        result.resize(*units);
-        return result;
-    } catch (const UACErr&) {
-        throw;
-    } catch (...) {
-        throw UACErr(UACERR_UNKNOWN, 10,
-                     "Unknown error converting string from UTF-8 to UTF-16 [c16]");
-    }
+    return orError(
+        [&] {
+            std::u16string result(bytes.size(), u'\0');
+            const auto units = writeUtf16(bytes, reinterpret_cast<unsigned char*>(result.data()));
+            if (!units) {
+                throw invalidUtf8(bytes);
+            }
+            result.resize(*units);
+            return result;
+        },
+        [] {
+            return UACErr::unknown("Unknown error converting string from UTF-8 to UTF-16 [c16]");
+        });
 }
 
 OwnedString UACExport::XString2UAString(const std::u16string* text, void** /*extra*/) {
@@ -69,8 +68,7 @@ OwnedString UACExport::XString2UAString(const std::u16string* text, void** /*ext
         writeUtf8(*text, reinterpret_cast<char*>(result->data));
         return result;
     } catch (...) {
-        throw UACErr(UACERR_UNKNOWN, 10,
-                     "Unknown error converting string from UTF-16 to UTF-8 [c16]");
+        throw UACErr::unknown("Unknown error converting string from UTF-16 to UTF-8 [c16]");
     }
 }
 

@@ -120,14 +120,14 @@ class UACExport {
                       bool flat) const;
     void UA2CL_ExpandedNodeId(VeltoList* list, const UA_ExpandedNodeId* id, bool flat) const;
 
-    /// Appends one nested list. The node class is left empty: hosts have never been given it.
+    /// Appends one nested list. The node class is left empty: Compatibility C20.
     void UA2CL_ReferenceDescription(VeltoList* list, const UA_ReferenceDescription* rd) const;
-    /// Appends one nested list. Continuation points are left empty: hosts are never given them.
+    /// Appends one nested list. Continuation points are left empty: Compatibility C20.
     void UA2CL_BrowseResult(VeltoList* list, const UA_BrowseResult* result) const;
 
     /// Appends the raw bytes as an 8-bit string.
     static void UA2CL_ByteString(VeltoList* list, const UA_String* bytes);
-    /// Always refuses: hosts have no form for a GUID.
+    /// Always refuses: Compatibility C23.
     [[noreturn]] static void UA2CL_Guid(VeltoList* list, const UA_Guid* guid);
 
     /// Appends a string by `stringMode`.

@@ -15,11 +15,11 @@ namespace nimb {
 
 namespace {
 
-// Room for the numbered heads with their terminating zero; hosts expect longer ones cut there.
+// Room for the numbered heads with their terminating zero; longer ones are cut: Compatibility C8.
 constexpr std::size_t kHeadSize = 30;
 
-// One unit a byte by sign extension, so that 0x80 to 0xFF become 0xFF80 to 0xFFFF: this is how
-// error texts have always reached hosts, and they undo it themselves.
+// One unit a byte by sign extension, so that 0x80 to 0xFF become 0xFF80 to 0xFFFF: Compatibility
+// C9.
 void appendWidened(std::u16string& text, std::string_view bytes) {
     for (const char byte : bytes) {
         text += static_cast<char16_t>(static_cast<signed char>(byte));

@@ -1,12 +1,10 @@
 #include "errors/error_names.h"
 
-#include "errors/name_table.h"
-
 namespace nimb {
 
 namespace {
 
-// Indexed by UACERR_TYPE. The second name has always been stored cut short; hosts compare it.
+// Indexed by UACERR_TYPE. The second name is cut short: Compatibility C10.
 constexpr const char* kKindNames[] = {
     "No Error",     "Incomplete w/o Err", "Application Error", "Callin Error",
     "OPC-UA Error", "Client Error",       "Server Error",      "Unknown Error",

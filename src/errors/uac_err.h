@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdarg>
 #include <string>
 
 namespace nimb {
@@ -36,8 +37,10 @@ enum ApplicationError : long {
 /// call frame. Code 0 means success whatever the kind.
 class [[nodiscard]] UACErr {
   public:
-    /// Longest text the formatting constructor keeps, in bytes; hosts expect the cut.
+    /// Longest text the formatting constructor keeps, in bytes: Compatibility C8.
     static constexpr std::size_t kMaxText = 99;
+    /// Code of errors that say what they are by their kind and text alone.
+    static constexpr long kGeneralCode = 10;
 
     /// Success.
     UACErr() = default;
@@ -49,19 +52,66 @@ class [[nodiscard]] UACErr {
     /// first 100 bytes. The text is not cut at kMaxText.
     explicit UACErr(const VeltoROList* list);
 
-    /// An OPC UA status code as an error; the code keeps its unsigned value.
+    /// @name Errors by their family; texts are formatted and cut as above
+    /// @{
+
+    /// An OPC UA status code; the code keeps its unsigned value.
     [[nodiscard]] static UACErr opcua(unsigned int statusCode) {
         return {UACERR_OPCUA, static_cast<long>(statusCode)};
     }
+    [[gnu::format(printf, 2, 3)]] static UACErr opcua(unsigned int statusCode, const char* format,
+                                                      ...);
+    /// Kind 5, code 10: the client and the server's answer do not go together.
+    [[gnu::format(printf, 1, 2)]] static UACErr client(const char* format, ...);
+    /// Kind 7, code 10: the cause is not known.
+    [[gnu::format(printf, 1, 2)]] static UACErr unknown(const char* format, ...);
+    /// Kind 5, code 9.
+    [[nodiscard]] static UACErr outOfMemory(const char* what = "") {
+        return {UACERR_CLIENT, APPERR_OTHER, "Memory allocation error%s", what};
+    }
+    /// @}
 
     [[nodiscard]] bool isError() const { return kind != UACERR_NONE; }
 
     UACERR_TYPE kind = UACERR_NONE;
     long code = 0;
     std::string text;
+
+  private:
+    static UACErr formatted(UACERR_TYPE kind, long code, const char* format,
+                            std::va_list arguments);
 };
+
+/// What an operation returns or raises, as one error.
+/// @param otherwise  makes the error for whatever it raises that is not a UACErr
+template <typename Operation, typename Otherwise>
+UACErr errorOf(Operation&& operation, Otherwise&& otherwise) {
+    try {
+        return operation();
+    } catch (const UACErr& raised) {
+        return raised;
+    } catch (...) {
+        return otherwise();
+    }
+}
+
+/// What a step returns. Whatever it raises leaves as a UACErr.
+/// @param otherwise  makes the error for what is not one
+template <typename Step, typename Otherwise>
+decltype(auto) orError(Step&& step, Otherwise&& otherwise) {
+    try {
+        return step();
+    } catch (const UACErr&) {
+        throw;
+    } catch (...) {
+        throw otherwise();
+    }
+}
 
 /// The error every session operation answers while the session must be set up again.
 [[nodiscard]] UACErr clientResetRequired();
+
+/// Bytes as a person reads them in a message: a blank and two upper-case hexadecimal digits each.
+[[nodiscard]] std::string UAC_GetHexDebugString(const unsigned char* bytes, std::size_t count);
 
 }  // namespace nimb

@@ -67,8 +67,7 @@ long toLong(DecimalValue value) noexcept {
     return product;
 }
 
-/// Positive exponents give saturation values whatever the mantissa. Hosts send whole numbers as
-/// integer items and have only ever seen these values for anything else.
+/// Positive exponents give saturation values whatever the mantissa: Compatibility C4.
 long long toLongLong(DecimalValue value) noexcept {
     if (value.exponent <= 0 || value.mantissa == 0) {
         return VeltoROList::dbllong(value.exponent, value.mantissa);

@@ -140,7 +140,7 @@ class VeltoListItem {
     /// AsLong unchanged: non-zero means true.
     long AsBool() const { return AsLong(); }
     /// The value as 64 bits, fractions cut off. A floating-point item gives its bit pattern as for
-    /// AsLong; a decimal item with a positive exponent gives the saturation values that hosts know.
+    /// AsLong; a decimal item with a positive exponent gives saturation values (Compatibility C4).
     /// Text saturates on the side of its sign.
     long long AsLongLong() const;
     /// AsLongLong as an address-sized value.

@@ -85,8 +85,8 @@ class VeltoROList {
     /// @{
 
     /// Canonical text: no exponent, no leading zeros, none before the point, none trailing behind
-    /// it ("-.05", "500"). The digits of the smallest 64-bit mantissa read "LONG64_MI", the text
-    /// that hosts have always been given for it.
+    /// it ("-.05", "500"). The digits of the smallest 64-bit mantissa read "LONG64_MI":
+    /// Compatibility C3.
     static std::string dblstr(int exponent, long long mantissa);
     /// Canonical text of an integer; the smallest 64-bit value reads "LONG64_MI".
     static std::string lngstr(long long value);

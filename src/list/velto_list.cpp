@@ -162,7 +162,7 @@ std::size_t VeltoList::makeItemSlow(std::size_t position, std::size_t content) {
     unsigned char* item = bytes() + position;
     std::memmove(item + size, item, length_ - position);
     const std::size_t headerBytes = writeHeader(item, content);
-    bookItem(size);
+    countItem(size);
     return position + headerBytes;
 }
 

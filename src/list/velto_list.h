@@ -67,7 +67,7 @@ class VeltoList : public VeltoROList {
         if (position == length_ && content < ItemHeader::kShortLimit &&
             content < capacity_ - length_) [[likely]] {
             bytes()[position] = static_cast<unsigned char>(content + 1);
-            bookItem(content + ItemHeader::kShortBytes);
+            countItem(content + ItemHeader::kShortBytes);
             return position + ItemHeader::kShortBytes;
         }
         return makeItemSlow(position, content);
@@ -128,8 +128,8 @@ class VeltoList : public VeltoROList {
     /// @}
 
     /// @name Number items
-    /// Integers take the fewest bytes, with one exception that hosts compare bytes against: see
-    /// negLongBytes. A value of the wrong sign is stored as the writer's empty item (0 or -1).
+    /// Integers take the fewest bytes, with one exception: see negLongBytes. A value of the wrong
+    /// sign is stored as the writer's empty item (0 or -1).
     /// @{
     std::size_t stuffPosInt(std::size_t position, int value) {
         return stuffPosLong(position, value);
@@ -248,7 +248,7 @@ class VeltoList : public VeltoROList {
     /// The buffer, which came from realloc and is writable; the view holds it as const.
     unsigned char* bytes() noexcept { return const_cast<unsigned char*>(data_); }
 
-    void bookItem(std::size_t itemSize) noexcept {
+    void countItem(std::size_t itemSize) noexcept {
         length_ += itemSize;
         ++itemCount_;
     }
@@ -263,11 +263,11 @@ class VeltoList : public VeltoROList {
     }
 
     /// Appends header and type of a short item that there is room for and returns the payload's
-    /// address. Books before it writes: any byte that is written may be a member's, for all that
+    /// address. Counts before it writes: any byte that is written may be a member's, for all that
     /// the compiler knows, which would then be read again.
     unsigned char* appendShort(unsigned char type, std::size_t payloadLength) noexcept {
         unsigned char* item = bytes() + length_;
-        bookItem(payloadLength + kShortHead);
+        countItem(payloadLength + kShortHead);
         item[0] = static_cast<unsigned char>(payloadLength + kShortHead);
         item[1] = type;
         return item + kShortHead;
@@ -320,7 +320,7 @@ class VeltoList : public VeltoROList {
         return value >= -1 ? 0 : significantBytes(~static_cast<unsigned long long>(value));
     }
     /// As negIntBytes, but 4 bytes already below -2^20 where 3 would do down to -2^24. Both forms
-    /// decode alike; hosts have stored and compare the longer one.
+    /// decode alike: Compatibility C2.
     static std::size_t negLongBytes(long long value) noexcept {
         return value < -0x100000 && value >= -0x1000000 ? 4 : negIntBytes(value);
     }

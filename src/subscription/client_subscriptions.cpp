@@ -44,7 +44,7 @@ UACErr OpcuaClient::createSubscription(unsigned int* id, const NodeIdArray& ids,
         return clientResetRequired();
     }
     if (ids.size() == 0) {
-        return {UACERR_CLIENT, 9, "Empty node list, there is nothing to follow"};
+        return {UACERR_CLIENT, APPERR_OTHER, "Empty node list, there is nothing to follow"};
     }
     auto created = std::unique_ptr<Subscription, SubscriptionDeleter>(
         new Subscription(this, request.maxQueueSize));
@@ -55,7 +55,7 @@ UACErr OpcuaClient::createSubscription(unsigned int* id, const NodeIdArray& ids,
     if (entry != nullptr && entry->status() != Subscription::DEACTIVATED &&
         entry->status() != Subscription::SERVER_DELETED) {
         created->endWithSession();  // the server's new subscription bears the old one's id
-        return {UACERR_UNKNOWN, 10, "Duplicate subscription handle error"};
+        return UACErr::unknown("Duplicate subscription handle error");
     }
     entry = std::move(created);
     *id = entry->id();

@@ -19,8 +19,8 @@ using CreateItemsResponse =
     Owned<UA_CreateMonitoredItemsResponse, UA_TYPES_CREATEMONITOREDITEMSRESPONSE>;
 
 UACErr unexpectedLength(std::size_t results, std::size_t count) {
-    return {UACERR_CLIENT, 10, "Unexpected server response length (%d,%d)",
-            static_cast<int>(results), static_cast<int>(count)};
+    return UACErr::client("Unexpected server response length (%d,%d)", static_cast<int>(results),
+                          static_cast<int>(count));
 }
 
 // The node ids stay the caller's: the stack only reads them.
@@ -45,8 +45,8 @@ UACErr takeRevised(const UA_CreateMonitoredItemsResponse& response, Subscription
     for (std::size_t i = 0; i < response.resultsSize; ++i) {
         const UA_MonitoredItemCreateResult& result = response.results[i];
         if (!std::isfinite(result.revisedSamplingInterval)) {
-            return {UACERR_SERVER, 10, "The server's sampling interval is not a number (idx=%d)",
-                    static_cast<int>(i)};
+            return {UACERR_SERVER, UACErr::kGeneralCode,
+                    "The server's sampling interval is not a number (idx=%d)", static_cast<int>(i)};
         }
         request.samplingInterval =
             std::max(request.samplingInterval, result.revisedSamplingInterval);
@@ -78,34 +78,29 @@ CreateItemsResponse createItems(OpcuaClient* client, std::uint32_t subscriptionI
 
 UACErr Subscription::addMonitoredItemsOnServer(const NodeIdArray& ids,
                                                SubscriptionRequest& request) {
-    // Hosts hold one call to what a signed 16-bit count can say.
+    // Compatibility C13.
     if (ids.size() > static_cast<std::size_t>(std::numeric_limits<std::int16_t>::max())) {
-        return {UACERR_CLIENT, 9, "Memory allocation error"};
+        return UACErr::outOfMemory();
     }
     if (!items_.empty()) {
-        return {UACERR_CLIENT, 9, "Index %d already in use", 1};
+        return {UACERR_CLIENT, APPERR_OTHER, "Index %d already in use", 1};
     }
     if (client_->stackClient() == nullptr) {
-        return {UACERR_CLIENT, 10, "Null client"};
+        return UACErr::client("Null client");
     }
     itemsKnown_ = false;
-    UACErr error;
-    try {
-        const CreateItemsResponse response = createItems(client_, subscriptionId_, ids, request);
-        error = fileItems(*response, ids.size());
-        if (!error.isError()) {
-            error = takeRevised(*response, request);
-        }
-    } catch (const UACErr& raised) {
-        error = raised;
-    } catch (...) {
-        error = UACErr(UACERR_UNKNOWN, 10, "Unknown error adding monitoring items");
-    }
+    UACErr error = errorOf(
+        [&] {
+            const auto response = createItems(client_, subscriptionId_, ids, request);
+            UACErr refused = addItems(*response, ids.size());
+            return refused.isError() ? refused : takeRevised(*response, request);
+        },
+        [] { return UACErr::unknown("Unknown error adding monitoring items"); });
     processWaiting();
     return error;
 }
 
-UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, std::size_t count) {
+UACErr Subscription::addItems(const UA_CreateMonitoredItemsResponse& response, std::size_t count) {
     const std::size_t results = response.resultsSize;
     if (results == 0) {
         return unexpectedLength(results, count);
@@ -115,7 +110,7 @@ UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, 
     std::size_t failures = 0;
     for (std::size_t i = 0; i < results; ++i) {
         const UA_MonitoredItemCreateResult& result = response.results[i];
-        MonitoredItem& item = fileItem(result.monitoredItemId, i, results, count);
+        MonitoredItem& item = addItem(result.monitoredItemId, i, results, count);
         item.lastStatus = result.statusCode;
         if (result.statusCode == UA_STATUSCODE_GOOD) {
             item.inactive = false;
@@ -131,18 +126,16 @@ UACErr Subscription::fileItems(const UA_CreateMonitoredItemsResponse& response, 
     if (firstBad == nullptr) {
         return {};
     }
-    return {UACERR_OPCUA,
-            static_cast<long>(firstBad->statusCode),
-            "Error in requesting monitoring (idx=%d) : %d total errors in %d requests",
-            static_cast<int>(firstBad - response.results),
-            static_cast<int>(failures),
-            static_cast<int>(count)};
+    return UACErr::opcua(firstBad->statusCode,
+                         "Error in requesting monitoring (idx=%d) : %d total errors in %d requests",
+                         static_cast<int>(firstBad - response.results), static_cast<int>(failures),
+                         static_cast<int>(count));
 }
 
-// The server gives every refused item the id 0, so a second refused one cannot be filed: what
+// The server gives every refused item the id 0, so a second refused one cannot be added: what
 // comes behind it is then not followed.
-MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t position,
-                                      std::size_t results, std::size_t count) {
+MonitoredItem& Subscription::addItem(std::uint32_t monitoredItemId, std::size_t position,
+                                     std::size_t results, std::size_t count) {
     const int index = static_cast<int>(position + 1);
     const std::size_t sameId = positionsById_.count(monitoredItemId);
     if (sameId != 0) {
@@ -159,9 +152,8 @@ MonitoredItem& Subscription::fileItem(std::uint32_t monitoredItemId, std::size_t
         return item;
     } catch (const std::bad_alloc&) {
         items_.pop_back();
-        throw UACErr(UACERR_CLIENT, 10,
-                     "Unexpected bad item index record consistency error (%d,%d)",
-                     static_cast<int>(monitoredItemId), index);
+        throw UACErr::client("Unexpected bad item index record consistency error (%d,%d)",
+                             static_cast<int>(monitoredItemId), index);
     }
 }
 

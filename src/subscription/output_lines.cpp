@@ -65,7 +65,7 @@ void Subscription::writeLine() {
     }
     nextLine_.Reset();
     nextLine_.ensureBuffer(room);
-    nextLine_.stuffAscii(0, nullptr, 0);  // hosts expect every line to begin with it
+    nextLine_.stuffAscii(0, nullptr, 0);  // Compatibility C24
     for (MonitoredItem& item : items_) {
         const std::size_t begin = nextLine_.datalength();
         if (item.changed) {

@@ -126,24 +126,22 @@ UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned s
                 static_cast<int>(id)};
     }
     subscription->setPolled();
-    UACErr error;
     int lineCount = 0;
-    try {
-        VeltoList statistics;
-        statistics += subscription->getMaxQueueSize();
-        appendQueueState(statistics, *subscription);
-        driveFor(*subscription, timeout);
-        appendQueueState(statistics, *subscription);
-        lineCount = appendLines(*out, *subscription, maxLines);
-        appendQueueState(statistics, *subscription);
-        *out += statistics;
-    } catch (const UACErr& raised) {
-        error = raised;
-    } catch (...) {
-        error = UACErr(UACERR_UNKNOWN, 10, "Error retrieving notifications");
-    }
+    UACErr error = errorOf(
+        [&]() -> UACErr {
+            VeltoList statistics;
+            statistics += subscription->getMaxQueueSize();
+            appendQueueState(statistics, *subscription);
+            driveFor(*subscription, timeout);
+            appendQueueState(statistics, *subscription);
+            lineCount = appendLines(*out, *subscription, maxLines);
+            appendQueueState(statistics, *subscription);
+            *out += statistics;
+            return {};
+        },
+        [] { return UACErr::unknown("Error retrieving notifications"); });
     if (lineCount == 0 && subscription->status() != Subscription::ACTIVE) {
-        return {UACERR_SERVER, 9, "Non-active subscription status (%s)",
+        return {UACERR_SERVER, APPERR_OTHER, "Non-active subscription status (%s)",
                 Subscription::getStatusString(subscription->status()).c_str()};
     }
     return error;

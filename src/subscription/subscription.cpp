@@ -7,7 +7,7 @@
 #include "client/clock.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
-#include "convert/result_exporter.h"
+#include "convert/string_mode.h"
 #include "errors/log_file.h"
 #include "subscription/stack_callbacks.h"
 
@@ -63,7 +63,7 @@ UACErr Subscription::createSubscriptionOnServer(SubscriptionRequest& request) {
     }
     UA_Client* stack = client_->stackClient();
     if (stack == nullptr) {
-        return {UACERR_CLIENT, 10, "Null client"};
+        return UACErr::client("Null client");
     }
     CreateResponse response;
     if (client_->sessionMayBeUsed()) {
@@ -76,13 +76,13 @@ UACErr Subscription::createSubscriptionOnServer(SubscriptionRequest& request) {
     }
     const UA_StatusCode status = response->responseHeader.serviceResult;
     if (status != UA_STATUSCODE_GOOD) {
-        return {UACERR_OPCUA, static_cast<long>(status),
-                "Unable to create subscription. Call failed."};
+        return UACErr::opcua(status, "Unable to create subscription. Call failed.");
     }
     subscriptionId_ = response->subscriptionId;
     status_ = ACTIVE;
     if (!std::isfinite(response->revisedPublishingInterval)) {
-        return {UACERR_SERVER, 10, "The server's publishing interval is not a number"};
+        return {UACERR_SERVER, UACErr::kGeneralCode,
+                "The server's publishing interval is not a number"};
     }
     request.publishingInterval = response->revisedPublishingInterval;
     request.lifetimeCount = response->revisedLifetimeCount;
@@ -109,9 +109,9 @@ UACErr Subscription::deleteOnServer() {
     }
     const UA_StatusCode status = firstResult(*response);
     if (status != UA_STATUSCODE_GOOD) {
-        return {UACERR_OPCUA, static_cast<long>(status),
-                "Error encountered during subscription deletion attempt (sub_id=%d)",
-                static_cast<int>(subscriptionId_)};
+        return UACErr::opcua(status,
+                             "Error encountered during subscription deletion attempt (sub_id=%d)",
+                             static_cast<int>(subscriptionId_));
     }
     return {};
 }

@@ -114,9 +114,9 @@ class Subscription {
     [[nodiscard]] MonitoredItem* itemById(std::uint32_t monitoredItemId);
 
   private:
-    UACErr fileItems(const UA_CreateMonitoredItemsResponse& response, std::size_t count);
-    MonitoredItem& fileItem(std::uint32_t monitoredItemId, std::size_t position,
-                            std::size_t results, std::size_t count);
+    UACErr addItems(const UA_CreateMonitoredItemsResponse& response, std::size_t count);
+    MonitoredItem& addItem(std::uint32_t monitoredItemId, std::size_t position, std::size_t results,
+                           std::size_t count);
     [[nodiscard]] bool full() const;
     UACErr convert(VeltoList& out, const UA_DataValue& value) const;
     void countLoss(std::uint32_t monitoredItemId);

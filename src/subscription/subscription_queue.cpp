@@ -74,10 +74,9 @@ void Subscription::processWaiting() {
     notificationQueue_.forEach([this](ItemNotification& waiting) {
         if (!waiting.processed) {
             const UACErr outcome =
-                waiting.failed
-                    ? UACErr(UACERR_UNKNOWN, 10, "Item notification processing error (id=%d)",
-                             static_cast<int>(waiting.monitoredItemId))
-                    : UACErr();
+                waiting.failed ? UACErr::unknown("Item notification processing error (id=%d)",
+                                                 static_cast<int>(waiting.monitoredItemId))
+                               : UACErr();
             process(waiting, outcome);
         }
     });

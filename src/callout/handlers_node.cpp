@@ -1,8 +1,8 @@
 #include "callout/call_frame.h"
 #include "callout/opcua_static.h"
 #include "client/host_string.h"
+#include "client/node_id_array.h"
 #include "client/opcua_client.h"
-#include "convert/result_exporter.h"
 #include "convert/string_mode.h"
 
 namespace nimb {
@@ -10,8 +10,8 @@ namespace nimb {
 namespace {
 
 UACErr writeText(OpcuaClient& client, const VeltoListItem& item, const UA_NodeId& id) {
-    if (UAC_unicode_usage != 0 && UAC_unicode_usage != 1) {
-        return {};  // hosts rely on this: nothing is written and nothing is wrong
+    if (hostTexts() == HostTexts::ignored) {
+        return {};  // Compatibility C15
     }
     OwnedString text = hostString(item);
     return client.writeValueAttributeStr(text.get(), id);
@@ -39,16 +39,6 @@ void decodeNodeId(UA_NodeId* id, const VeltoROList& arguments, std::size_t typeI
     }
 }
 
-UACErr readValue(OpcuaClient& client, const UA_NodeId& id, VeltoList& results) {
-    OwnedDataValue value;
-    UACErr error = client.readValueAttribute(value.get(), id);
-    if (!error.isError()) {
-        resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES)
-            .UA2CL_DataValue(&results, value.get());
-    }
-    return error;
-}
-
 }  // namespace
 
 void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
@@ -59,7 +49,7 @@ void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
         if (arguments[4].AsLong() != UA_ATTRIBUTEID_VALUE) {
             return {UACERR_APPLICATION, APPERR_OTHER, "Query of selected attribute is unsupported"};
         }
-        return readValue(client, *id, results);
+        return client.readValueAttribute(&results, *id);
     });
 }
 
@@ -73,6 +63,21 @@ void OpcuaStatic::writeAttribute(HostBytes* out, const HostBytes* in) {
             return {UACERR_APPLICATION, APPERR_OTHER, "Write of selected attribute is unsupported"};
         }
         return writeItem(client, arguments[1], type, *id);
+    });
+}
+
+// The lists come as type, namespace, identifier: Compatibility C16.
+void OpcuaStatic::browse(HostBytes* out, const HostBytes* in) {
+    waitingFrame(out, in, "[B24]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+        const long handle = arguments.handle();
+        const VeltoROList types = arguments[1].AsVeltoROList();
+        const VeltoROList namespaces = arguments[2].AsVeltoROList();
+        const VeltoROList identifiers = arguments[3].AsVeltoROList();
+        if (identifiers.size() != types.size() || namespaces.size() != types.size()) {
+            return inconsistentLists();
+        }
+        const NodeIdArray ids = getNodeIds(types, namespaces, identifiers);
+        return Arguments::clientOf(handle).browse(&results, ids);
     });
 }
 

@@ -55,6 +55,7 @@ Options parse(int count, char** arguments) {
 std::vector<Case> selectedCases(const std::string& only) {
     std::vector<Case> cases;
     addServiceCases(cases);
+    addPrepareCases(cases);
     addSubscriptionCases(cases);
     addLocalCases(cases);
     std::erase_if(cases, [&](const Case& c) { return c.name.find(only) == std::string::npos; });

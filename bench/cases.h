@@ -32,6 +32,8 @@ struct Case {
 void addServiceCases(std::vector<Case>& cases);
 /// Notifications of a server whose values change; each case has a server of its own.
 void addSubscriptionCases(std::vector<Case>& cases);
+/// Reads that are prepared, beside requests that are built by hand from the same bytes.
+void addPrepareCases(std::vector<Case>& cases);
 /// Entries that need no server.
 void addLocalCases(std::vector<Case>& cases);
 

@@ -1,3 +1,4 @@
+#include <array>
 #include <cstring>
 
 #include "cases.h"
@@ -40,6 +41,15 @@ Contest badHandle(const Setting& setting) {
     });
 }
 
+Contest missingArgument(const Setting& setting) {
+    const auto entry = std::make_shared<Entry>(setting.library, "zfGetUStr", VeltoList() + "text");
+    return entryContest(entry, [entry] {
+        (*entry)();
+        require(entry->output().at(0).AsLong() == 1 && entry->output().at(1).AsLong() == 7,
+                "error for a missing argument");
+    });
+}
+
 /// Text without escapes, which comes back as it went; the raw side copies it once.
 Contest plainText(const Setting& setting) {
     constexpr std::size_t size = 30000;
@@ -57,6 +67,55 @@ Contest plainText(const Setting& setting) {
     return contest;
 }
 
+/// Values of the hexadecimal digits by character; -1 for others.
+const std::array<signed char, 256> hexValues = [] {
+    std::array<signed char, 256> values{};
+    values.fill(-1);
+    for (signed char i = 0; i < 16; ++i) values.at("0123456789abcdef"[i]) = i;
+    return values;
+}();
+
+/// A decoder by hand, one pass and one copy, for escapes of characters of two bytes and plain text.
+std::size_t decodeByHand(const std::string& text, std::string& out) {
+    char* to = out.data();
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\') {
+            *to++ = text[i];
+            continue;
+        }
+        unsigned unit = 0;
+        for (std::size_t digit = i + 2; digit < i + 6; ++digit) {
+            const auto c = static_cast<unsigned char>(text.at(digit));
+            require(hexValues[c] >= 0, "digit");
+            unit = unit << 4 | static_cast<unsigned>(hexValues[c]);
+        }
+        *to++ = static_cast<char>(0xC0 | unit >> 6);
+        *to++ = static_cast<char>(0x80 | (unit & 0x3F));
+        i += 5;
+    }
+    return static_cast<std::size_t>(to - out.data());
+}
+
+/// Text full of escapes.
+Contest escapedText(const Setting& setting) {
+    std::string text;
+    while (text.size() < 30000) text += "\\u00e4\\u00f6x";
+    const auto entry =
+        std::make_shared<Entry>(setting.library, "zfGetUStr", VeltoList() + text + 0);
+    const auto decode = [text, to = std::string(text.size(), ' ')]() mutable {
+        const std::size_t size = decodeByHand(text, to);
+        asm volatile("" : : "r"(to.data()), "r"(size) : "memory");
+    };
+    Contest contest = entryContest(entry, [entry, text] {
+        std::string expected(text.size(), ' ');
+        expected.resize(decodeByHand(text, expected));
+        require(entry->call().at(0).AsAString() == expected, "decoded text");
+    });
+    contest.raw.call = decode;
+    contest.control.call = decode;
+    return contest;
+}
+
 }  // namespace
 
 void addLocalCases(std::vector<Case>& cases) {
@@ -68,7 +127,11 @@ void addLocalCases(std::vector<Case>& cases) {
     cases.push_back(
         entryCase("zfDateConvOPCUA2HOROLOG", 45, VeltoList() + someTime, "66840,0.123456"));
     cases.push_back({"zfGetClientStateD", Unit::nanoseconds, 60, {5000, 1, 100}, clientState});
-    cases.push_back({"a bad handle", Unit::nanoseconds, 1500, {1000, 1, 100}, badHandle});
+    cases.push_back({"a bad handle", Unit::nanoseconds, 300, {1000, 1, 100}, badHandle});
+    cases.push_back(
+        {"a missing argument", Unit::nanoseconds, 300, {1000, 1, 100}, missingArgument});
+    cases.push_back(
+        {"zfGetUStr of 30 KB of escapes", Unit::ratio, 1.4, {100, 1, 100}, escapedText});
     cases.push_back(
         {"zfGetUStr of 30 KB against memcpy", Unit::ratio, 3, {500, 1, 200}, plainText});
 }

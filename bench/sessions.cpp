@@ -20,8 +20,8 @@ VeltoList identifiersOf(std::span<const plant::NodeAddress> nodes) {
     return list;
 }
 
-/// Properties as subscriptions want them: a list whose first item is not read, each property a
-/// list of namespace, name and attribute behind two items that are not read either.
+}  // namespace
+
 VeltoList specificationOf(std::span<const plant::NodeAddress> nodes) {
     VeltoList properties = VeltoList() + VeltoNull();
     for (const auto& node : nodes) {
@@ -31,7 +31,11 @@ VeltoList specificationOf(std::span<const plant::NodeAddress> nodes) {
     return VeltoList() + VeltoNull() + VeltoNull() + properties;
 }
 
-}  // namespace
+VeltoList readArguments(std::span<const plant::NodeAddress> nodes) {
+    const std::size_t count = nodes.size();
+    return VeltoList() + repeated(0, count) + repeated(int{plant::namespaceIndex}, count) +
+           identifiersOf(nodes) + repeated(int{UA_ATTRIBUTEID_VALUE}, count);
+}
 
 Entry::Entry(const host::Library& library, std::string_view name, const VeltoROList& arguments)
     : name_(name) {
@@ -43,6 +47,13 @@ Entry::Entry(const host::Library& library, std::string_view name, const VeltoROL
     in_->length = static_cast<std::uint16_t>(arguments.datalength());
     if (!arguments.empty()) std::memcpy(in_->data, arguments.data(), in_->length);
     out_->length = 0;
+}
+
+void Entry::setLastArgument(long value) {
+    const VeltoListItem first(in_->data);
+    const VeltoList last = VeltoList() + value;
+    std::memcpy(in_->data + first.size(), last.data(), last.datalength());
+    in_->length = static_cast<std::uint16_t>(first.size() + last.datalength());
 }
 
 VeltoROList Entry::results() const {
@@ -80,14 +91,7 @@ Entry AdapterSession::entry(std::string_view name, const VeltoROList& others) co
 }
 
 long AdapterSession::prepareRead(std::span<const plant::NodeAddress> nodes) const {
-    const std::size_t count = nodes.size();
-    const VeltoList namespaces = repeated(int{plant::namespaceIndex}, count);
-    const VeltoList attributes = repeated(int{UA_ATTRIBUTEID_VALUE}, count);
-    return entry("zfReadBulkSetup",
-                 VeltoList() + repeated(0, count) + namespaces + identifiersOf(nodes) + attributes)
-        .call()
-        .at(0)
-        .AsLong();
+    return entry("zfReadBulkSetup", readArguments(nodes)).call().at(0).AsLong();
 }
 
 long AdapterSession::subscribe(std::span<const plant::NodeAddress> nodes, double interval,

@@ -27,6 +27,9 @@ class Entry {
 
     void operator()() { function_(out_.get(), in_.get()); }
 
+    /// Takes another positive integer in place of the last argument, which is the second.
+    void setLastArgument(long value);
+
     /// Whatever the last call wrote, its status first. Valid until the next call.
     VeltoROList output() const { return {out_->data, out_->length}; }
     /// The results of the last call. Throws std::runtime_error unless its status was success.
@@ -102,6 +105,13 @@ class RawRead {
     std::vector<UA_ReadValueId> nodes_;
     UA_ReadRequest request_{};
 };
+
+/// The four lists of zfReadBulkSetup for the nodes' values.
+VeltoList readArguments(std::span<const plant::NodeAddress> nodes);
+
+/// Properties as subscriptions and prepared reads want them: a list whose first item is not read,
+/// each property a list of namespace, name and attribute behind two items that are not read either.
+VeltoList specificationOf(std::span<const plant::NodeAddress> nodes);
 
 /// A list of `count` times the same item.
 template <typename T>

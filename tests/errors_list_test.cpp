@@ -2,12 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 
 #include "errors/error_list.h"
 #include "errors/error_names.h"
 #include "errors/host_message.h"
+#include "errors/log_file.h"
+#include "errors/log_sink.h"
 #include "errors/repeated_line.h"
 #include "errors/status_code_descs.h"
 #include "host/function_table.h"
@@ -138,6 +143,23 @@ TEST(RepeatedLine, EqualLinesInARowAreWrittenOnceWithTheirNumber) {
     }
     add("b ", "z");
     EXPECT_EQ(written, "a x|a repeated 2 times|a y|a x|b x|b repeated 1000 times|b z|");
+}
+
+TEST(LogSink, FoldsEqualMessagesOfTheStack) {
+    const char* file = "uaclogfile_folding.txt";
+    std::filesystem::remove(file);
+    UAC_SetLogFileName("folding");
+    for (const char* message : {"same", "same", "same", "other"}) {
+        UA_LOG_WARNING(&UAC_UA_Log_toFile, UA_LOGCATEGORY_CLIENT, "%s", message);
+    }
+    UAC_SetLogFileName("");
+    std::string ends;
+    std::ifstream log(file);
+    for (std::string line; std::getline(log, line);) {
+        ends += line.substr(std::min(line.find("client\t"), line.size())) + '|';
+    }
+    EXPECT_EQ(ends, "client\t same|client\t repeated 2 times|client\t other|");
+    std::filesystem::remove(file);
 }
 
 }  // namespace

@@ -113,7 +113,7 @@ TEST_F(SubscriptionLoss, ARestartBetweenTwoPollsIsToldByTheNextOnes) {
         server.kill();
         server.start();
         std::string text;
-        for (int polls = 0; polls < 3 && !text.starts_with("1, "); ++polls) {
+        for (int polls = 0; polls < 2 && !text.starts_with("1, "); ++polls) {
             text = follower.poll(id, 500).text();
         }
         EXPECT_EQ(text, serverDeleted) << changes;

@@ -5,7 +5,6 @@
 #include <span>
 #include <stdexcept>
 
-#include "sqlite/feed.h"
 #include "sqlite/virtual_table.h"
 
 namespace nimb::sqlite {
@@ -109,22 +108,22 @@ struct Definition {
             after = sqlite3_value_int64(arguments[1]);
             if (kind == 2 && after > 0) --after;
         }
+        cursor.rows = followed->changes(after);
         cursor.feed = followed->feed();
-        cursor.rows = cursor.feed->take(after);
     }
 
     static void column(const Table& /*table*/, const Cursor& cursor, sqlite3_context* context,
                        int number) {
-        const NumberedChange& row = *cursor.row();
-        const host::NodeInfo& info = (*cursor.feed->infos())[row.change.node];
+        const host::NumberedChange& row = *cursor.row();
+        const host::NodeInfo& info = cursor.feed->info(row.change);
         if (number == seq) {
-            sqlite3_result_int64(context, row.seq);
+            sqlite3_result_int64(context, row.number);
         } else if (number == source) {
             resultText(context, cursor.source);
         } else if (number == name) {
             resultText(context, info.name);
         } else if (number == node) {
-            resultText(context, notation(cursor.feed->nodes()[row.change.node]));
+            resultText(context, notation(cursor.feed->node(row.change)));
         } else if (number != lost) {
             resultSample(context, row.change, info, number);
         } else if (row.change.lost) {
@@ -132,7 +131,7 @@ struct Definition {
         }
     }
 
-    static sqlite3_int64 rowid(const Cursor& cursor) { return cursor.row()->seq; }
+    static sqlite3_int64 rowid(const Cursor& cursor) { return cursor.row()->number; }
 };
 
 }  // namespace

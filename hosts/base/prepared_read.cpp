@@ -186,10 +186,11 @@ bool PreparedRead::pollPart(const Part& part, Reading& reading) {
     }
     const VeltoList& kept = reading.results_.emplace_back(std::move(result));
     for (std::size_t i = 0; i < part.nodes.size(); ++i) {
-        const VeltoROList items = kept.at(i + 1).AsVeltoROList();
         Reading::Sample& sample = reading.samples_[part.nodes[i]];
-        sample.items = items;
-        if (!items.empty()) sample.status = static_cast<std::uint32_t>(items.at(2).AsLongLong());
+        sample.items = kept.at(i + 1).AsVeltoROList();
+        if (!sample.items.empty()) {  // with the cursor left before the value
+            sample.status = static_cast<std::uint32_t>(sample.items.at(2).AsLongLong());
+        }
     }
     return true;
 }

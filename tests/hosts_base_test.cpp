@@ -128,6 +128,7 @@ TEST_F(PlantTest, ResultsThatDoNotFitAreReadInParts) {
     for (std::uint32_t i = 0; i < 200; ++i) {
         nodes += node(plant::bulkPoint(i)) + ' ' + node(plant::coolingNote) + ' ';
     }
+    for (int i = 0; i < 4000; ++i) nodes += "ns=2;i=" + std::to_string(100000 + i) + ' ';
     PreparedRead prepared(connection_, parseNodes(nodes));
     for (int round = 0; round < 2; ++round) {
         const Reading reading = prepared.read();
@@ -135,6 +136,7 @@ TEST_F(PlantTest, ResultsThatDoNotFitAreReadInParts) {
         NodeInfo number{.nodeClass = 2, .type = Type::doubleFloat, .rank = -1};
         EXPECT_EQ(json(reading.value(398, number, warning)), "199");
         EXPECT_EQ(reading.status(399), 0U);
+        EXPECT_EQ(reading.status(4399), 0x80340000U) << "no such node";
     }
     try {
         read(node(plant::tank1Level) + " " + node(plant::longString));

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -21,6 +22,9 @@ struct NodeInfo {
     int rank = -2;              ///< ValueRank: -1 scalar, 0 and more array, less: either
     bool writable = false;      ///< by the session's user
 };
+
+/// The description of nodes, shared with what was read by it.
+using Infos = std::shared_ptr<const std::vector<NodeInfo>>;
 
 /// "Object", "Variable", ...; empty for a number that is no class.
 const char* classNameOf(int nodeClass) noexcept;

@@ -92,13 +92,33 @@ void PreparedRead::clear(long query) noexcept {
     }
 }
 
-void PreparedRead::clear() noexcept {
+void PreparedRead::clear(std::vector<Part>& parts) noexcept {
     if (generation_ == connection_.generation()) {
-        for (const Part& part : parts_) clear(part.query);
-        clear(absent_.query);
+        for (const Part& part : parts) clear(part.query);
     }
-    parts_.clear();
-    absent_ = {};
+    parts.clear();
+}
+
+void PreparedRead::clear() noexcept {
+    clear(parts_);
+    clear(absentParts_);
+    absent_.clear();
+}
+
+/// Nodes in requests, as many in each as arguments and result should take.
+std::vector<PreparedRead::Part> PreparedRead::spread(const std::vector<std::size_t>& nodes) const {
+    std::vector<Part> parts;
+    std::size_t identifiers = 0;
+    for (const std::size_t i : nodes) {
+        identifiers += nodes_[i].text.size();
+        if (parts.empty() || parts.back().nodes.size() == kMostNodes ||
+            identifiers > kMostIdentifiers) {
+            parts.emplace_back();
+            identifiers = nodes_[i].text.size();
+        }
+        parts.back().nodes.push_back(i);
+    }
+    return parts;
 }
 
 /// Spreads the nodes over requests, unless they stand already as they should.
@@ -111,18 +131,13 @@ void PreparedRead::prepare() {
     }
     clear();
     generation_ = connection_.generation();
-    std::size_t identifiers = 0;
+    std::vector<std::size_t> nodes;
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
         if (isFormless(i)) continue;
         formless_[i].reset();
-        identifiers += nodes_[i].text.size();
-        if (parts_.empty() || parts_.back().nodes.size() == kMostNodes ||
-            identifiers > kMostIdentifiers) {
-            parts_.emplace_back();
-            identifiers = nodes_[i].text.size();
-        }
-        parts_.back().nodes.push_back(i);
+        nodes.push_back(i);
     }
+    parts_ = spread(nodes);
 }
 
 Reading PreparedRead::read() {
@@ -171,10 +186,11 @@ bool PreparedRead::pollPart(const Part& part, Reading& reading) {
     }
     const VeltoList& kept = reading.results_.emplace_back(std::move(result));
     for (std::size_t i = 0; i < part.nodes.size(); ++i) {
-        const VeltoROList items = kept.at(i + 1).AsVeltoROList();
         Reading::Sample& sample = reading.samples_[part.nodes[i]];
-        sample.items = items;
-        if (!items.empty()) sample.status = static_cast<std::uint32_t>(items.at(2).AsLongLong());
+        sample.items = kept.at(i + 1).AsVeltoROList();
+        if (!sample.items.empty()) {  // with the cursor left before the value
+            sample.status = static_cast<std::uint32_t>(sample.items.at(2).AsLongLong());
+        }
     }
     return true;
 }
@@ -210,7 +226,7 @@ std::size_t PreparedRead::split(std::size_t part) {
     return parts_.size();
 }
 
-/// Nodes without a value come without their status: a second request, of the poll that has it.
+/// Nodes without a value come without their status: more requests, of the poll that has it.
 void PreparedRead::readAbsent(Reading& reading) {
     std::vector<std::size_t> nodes;
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
@@ -219,16 +235,22 @@ void PreparedRead::readAbsent(Reading& reading) {
     if (nodes.empty()) {
         return;
     }
-    if (nodes != absent_.nodes || absent_.query == 0) {
-        clear(absent_.query);
-        absent_ = {nodes, 0};
-        absent_.query = setUp(nodes);
+    if (nodes != absent_) {
+        clear(absentParts_);
+        absentParts_ = spread(nodes);
+        absent_ = std::move(nodes);
     }
+    for (Part& part : absentParts_) readAbsentPart(reading, part);
+}
+
+void PreparedRead::readAbsentPart(Reading& reading, Part& part) {
+    const std::vector<std::size_t>& nodes = part.nodes;
+    if (part.query == 0) part.query = setUp(nodes);
     constexpr std::size_t itemsEach = 4;
     constexpr std::size_t statusAt = 2;
     std::optional<VeltoList> result;
     try {
-        result = connection_.call("zfReadBulkPoll", VeltoList() + absent_.query);
+        result = connection_.call("zfReadBulkPoll", VeltoList() + part.query);
     } catch (const TooLong&) {  // seen one by one below
     }
     for (std::size_t i = 0; i < nodes.size(); ++i) {

@@ -70,14 +70,17 @@ class PreparedRead {
 
     bool isFormless(std::size_t node) const;
     void prepare();
+    std::vector<Part> spread(const std::vector<std::size_t>& nodes) const;
     long setUp(const std::vector<std::size_t>& nodes);
     void clear() noexcept;
     void clear(long query) noexcept;
+    void clear(std::vector<Part>& parts) noexcept;
     void poll(Reading& reading);
     bool pollPart(const Part& part, Reading& reading);
     bool dropFormless(Part& part, const Failure& failure);
     std::size_t split(std::size_t part);
     void readAbsent(Reading& reading);
+    void readAbsentPart(Reading& reading, Part& part);
     void readAbsentOne(Reading& reading, std::size_t node);
 
     using Clock = std::chrono::steady_clock;
@@ -87,7 +90,8 @@ class PreparedRead {
     /// When to try a node again that failed a poll because its value has no form.
     std::vector<std::optional<Clock::time_point>> formless_;
     std::vector<Part> parts_;
-    Part absent_;  ///< the nodes that had no value last time
+    std::vector<std::size_t> absent_;  ///< the nodes that had no value last time
+    std::vector<Part> absentParts_;
     unsigned generation_ = 0;
 };
 

@@ -142,6 +142,17 @@ class Reader {
     Warning& warning_;
 };
 
+/// An array of one element comes as the element.
+Value enclosed(Value value, int rank) {
+    if (value.isNull()) return value;
+    for (int dimension = 0; dimension < (rank == 0 ? 1 : rank); ++dimension) {
+        Array around;
+        around.push_back(std::move(value));
+        value = Value(std::move(around));
+    }
+    return value;
+}
+
 }  // namespace
 
 const char* nameOf(Type type) noexcept {
@@ -159,15 +170,7 @@ Value valueOf(const VeltoROList& items, std::size_t first, Type type, int rank, 
         return items.size() > first + 3 ? valueOf(items, first + 3, Type::unknown, -2, warning)
                                         : Value();
     }
-    Value value = reader.scalar(items, first);
-    if (rank >= 0 && !value.isNull()) {
-        for (int dimension = 0; dimension < (rank == 0 ? 1 : rank); ++dimension) {
-            Array around;
-            around.push_back(std::move(value));
-            value = Value(std::move(around));
-        }
-    }
-    return value;
+    return rank < 0 ? reader.scalar(items, first) : enclosed(reader.scalar(items, first), rank);
 }
 
 }  // namespace nimb::host

@@ -174,15 +174,18 @@ typedef struct NimbChanges NimbChanges;
 
 /**
  * The changes of a table's nodes since they were first asked for, without those numbered up to
- * `after`, which are forgotten. Waits 0.3 s when there are none.
+ * `after`, which are forgotten. Waits 0.3 s when there are none, 3 s for the first.
  * @param most  changes to keep at most
  */
 NimbChanges* nimb_changes(NimbSession* session, uint32_t table, NimbNodes nodes, int64_t after,
                           size_t most, NimbError* error);
+/** Names a followed table that an invalidation marked and that may be gone, once; 0: no more. */
+uint32_t nimb_doubted_table(void);
+/** Follows a table no longer; its session is closed by tidying. */
+bool nimb_unfollow(uint32_t table, NimbError* error);
 size_t nimb_changes_size(const NimbChanges* changes);
-/** Number of a change, its node's position, and losses before it: below 0 when nobody knows. */
-void nimb_change(const NimbChanges* changes, size_t i, int64_t* number, size_t* node,
-                 int64_t* lost);
+/** Number of a change, and losses before it: below 0 when nobody knows. */
+void nimb_change(const NimbChanges* changes, size_t i, int64_t* number, int64_t* lost);
 /** As nimb_scan_cell. */
 bool nimb_change_cell(NimbChanges* changes, size_t i, NimbField field, NimbForm form,
                       NimbCell* cell, const char** warning, NimbError* error);

@@ -100,7 +100,8 @@ void nimb_begin_scan(ForeignScanState* node, int flags) {
     Relation relation = node->ss.ss_currentRelation;
     NimbError error = {0};
     nimb_table_from_list(((ForeignScan*)node->ss.ps.plan)->fdw_private, &scan->table);
-    scan->server = GetForeignServer(GetForeignTable(RelationGetRelid(relation))->serverid);
+    /* Not by way of the table, whose options may be long. */
+    scan->server = GetForeignServer(((ForeignScan*)node->ss.ps.plan)->fs_server);
     node->fdw_state = scan;
     if (flags & EXEC_FLAG_EXPLAIN_ONLY) return;
 
@@ -151,7 +152,7 @@ static void read_nodes(ForeignScanState* node) {
 static NimbCell cell_of(ForeignScanState* node, int at, NimbField field, NimbForm form, int column,
                         const char** warning) {
     NodeScan* scan = node->fdw_state;
-    NimbError error = {0};
+    NimbError error; /* filled by what fails; clearing it for each value would be felt */
     NimbCell cell;
     if (!nimb_scan_cell(scan->scan, (size_t)at, field, form, &cell, warning, &error)) {
         const NimbPlace place = place_of(node, scan->targets[column].name);
@@ -190,16 +191,17 @@ static bool fill_column(ForeignScanState* node, int i, Datum* datum) {
     NodeScan* scan = node->fdw_state;
     const NimbColumn* column = &scan->table.columns[i];
     const int at = scan->table.is_long ? scan->row : column->node;
+    const bool is_value = column->field == NIMB_VALUE_FIELD;
     const char* warning = NULL;
     NimbPlace place;
     NimbCell cell;
-    if (column->field == NIMB_VALUE_FIELD) {
-        if (scan->table.error_on_bad && nimb_scan_bad(scan->scan, (size_t)at)) {
-            refuse_bad(node, at, i);
-        }
-        if (nimb_scan_missing(scan->scan, (size_t)at)) warning = "there is no such variable";
+    if (is_value && scan->table.error_on_bad && nimb_scan_bad(scan->scan, (size_t)at)) {
+        refuse_bad(node, at, i);
     }
     cell = cell_of(node, at, column->field, scan->targets[i].form, i, &warning);
+    if (is_value && cell.kind == NIMB_NULL && nimb_scan_missing(scan->scan, (size_t)at)) {
+        warning = "there is no such variable";
+    }
     if (warning != NULL) note_warning(node, at, i, warning);
     if (cell.kind == NIMB_NULL) return false;
     place = place_of(node, scan->targets[i].name);

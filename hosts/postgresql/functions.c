@@ -8,6 +8,7 @@
 #include <miscadmin.h>
 #include <utils/acl.h>
 #include <utils/builtins.h>
+#include <utils/syscache.h>
 
 PG_FUNCTION_INFO_V1(nimbopcua_browse);
 PG_FUNCTION_INFO_V1(nimbopcua_changes);
@@ -84,8 +85,7 @@ static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, 
     bool nulls[kChangeColumns] = {false};
     int64 number;
     int64 lost;
-    size_t node;
-    nimb_change(changes, row, &number, &node, &lost);
+    nimb_change(changes, row, &number, &lost);
     values[0] = Int64GetDatum(number);
     values[1] = source;
     for (size_t i = 0; i < lengthof(kFields); ++i) {
@@ -108,6 +108,16 @@ static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, 
     put(result, values, nulls);
 }
 
+/* A table that is dropped while it is followed would keep its session. */
+static void unfollow_dropped(const NimbPlace* place) {
+    NimbError error = {0};
+    Oid table;
+    while (OidIsValid(table = nimb_doubted_table())) {
+        if (SearchSysCacheExists1(RELOID, ObjectIdGetDatum(table))) continue;
+        if (!nimb_unfollow(table, &error)) nimb_raise(&error, place);
+    }
+}
+
 static NimbChanges* open_changes(Oid relid, int64 after, NimbPlace* place) {
     Relation relation = table_open(relid, AccessShareLock);
     const AclResult right = pg_class_aclcheck(relid, GetUserId(), ACL_SELECT);
@@ -124,6 +134,7 @@ static NimbChanges* open_changes(Oid relid, int64 after, NimbPlace* place) {
     nimb_read_table(relation, any_column, NULL, &table);
     server = GetForeignServer(GetForeignTable(relid)->serverid);
     place->server = server->servername;
+    unfollow_dropped(place);
     changes = nimb_changes(nimb_open_session(server, GetUserId()), relid, nimb_nodes_of(&table),
                            after, (size_t)table.queue, &error);
     CHECK_FOR_INTERRUPTS();

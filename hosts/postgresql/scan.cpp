@@ -22,8 +22,7 @@ constexpr std::uint32_t kBadNodeIdUnknown = 0x80340000;
 constexpr std::uint32_t kBadAttributeIdInvalid = 0x80350000;  // a node without a value
 
 std::shared_ptr<Request> requestOf(Session& session, std::uint32_t table, const NimbNodes& nodes) {
-    RequestKey key{table, {}};
-    for (std::size_t i = 0; i < nodes.count; ++i) (key.second += nodes.texts[i]) += '\0';
+    RequestKey key{table, joined(nodes)};
     const auto found = session.requests.find(key);
     if (found != session.requests.end() && !found->second->stale) {
         return found->second;

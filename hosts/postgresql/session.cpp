@@ -15,7 +15,9 @@ using SessionId = std::pair<std::uint32_t, std::uint32_t>;
 struct Sessions {
     std::optional<host::Library> library;
     std::map<SessionId, NimbSession> open;
-    std::vector<NimbSession> givenUp;  ///< closed when the transaction has ended
+    /// Closed when the transaction has ended.
+    std::vector<NimbSession> givenUp;
+    std::vector<std::shared_ptr<Feed>> givenUpFeeds;
 };
 
 Sessions& sessions() {
@@ -71,6 +73,12 @@ void forEachSession(Mark mark) {
 
 }  // namespace
 
+std::string joined(const NimbNodes& texts) {
+    std::string all;
+    for (std::size_t i = 0; i < texts.count; ++i) (all += texts.texts[i]) += '\0';
+    return all;
+}
+
 std::vector<host::NodeId> nodesOf(const NimbNodes& texts) {
     if (texts.is_list) {
         return host::parseNodes(texts.texts[0]);
@@ -108,12 +116,38 @@ void nimb_mark_table(std::uint32_t table) {
         for (auto& [key, request] : session.requests) {
             request->stale = request->stale || table == 0 || key.first == table;
         }
+        for (auto& [followed, feed] : session.feeds) {
+            feed->doubted = feed->doubted || table == 0 || followed == table;
+        }
+    });
+}
+
+std::uint32_t nimb_doubted_table() {
+    for (const auto& [id, held] : sessions().open) {
+        if (!held.session) continue;
+        for (const auto& [table, feed] : held.session->feeds) {
+            if (std::exchange(feed->doubted, false)) return table;
+        }
+    }
+    return 0;
+}
+
+bool nimb_unfollow(std::uint32_t table, NimbError* error) {
+    return guarded(nullptr, error, [table] {
+        forEachSession([table](Session& session) {
+            const auto found = session.feeds.find(table);
+            if (found == session.feeds.end()) return;
+            sessions().givenUpFeeds.push_back(found->second);
+            session.feeds.erase(found);
+        });
+        return true;
     });
 }
 
 void nimb_tidy() {
     Sessions& all = sessions();
     all.givenUp.clear();
+    all.givenUpFeeds.clear();
     std::erase_if(all.open, [](const auto& entry) {
         return !entry.second.session || entry.second.session->stale;
     });
@@ -128,6 +162,7 @@ void nimb_end() {
         return;
     }
     sessions().givenUp.clear();
+    sessions().givenUpFeeds.clear();
     sessions().open.clear();
 }
 

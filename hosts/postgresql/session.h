@@ -1,20 +1,17 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "base/follower.h"
+#include "base/feed.h"
 #include "base/prepared_read.h"
 #include "postgresql/core.h"
 
 namespace nimb::postgresql {
-
-using Infos = std::shared_ptr<const std::vector<host::NodeInfo>>;
 
 /// Nodes of a table that are read again and again.
 struct Request {
@@ -22,30 +19,18 @@ struct Request {
         : prepared(connection, std::move(nodes)) {}
 
     host::PreparedRead prepared;
-    Infos infos;  ///< read with the first reading
+    host::Infos infos;  ///< read with the first reading
     bool stale = false;
 };
 
-/// The changes of a table's nodes, kept until somebody says that they are safe.
-///
-/// Numbers rise over all tables of the process and, being begun at the time of day in microseconds,
-/// over its restarts too: what was recorded before is always below what comes.
+/// The changes of a table's nodes, and the texts that named these.
 struct Feed {
-    struct Row {
-        std::int64_t number = 0;
-        host::Change change;
-    };
-
-    Feed(host::Library& library, const host::Plant& plant, std::vector<host::NodeId> followed)
-        : nodes(followed), follower(library, plant, std::move(followed)) {}
-
-    std::vector<host::NodeId> nodes;
-    Infos infos;
-    host::Follower follower;
-    std::deque<std::shared_ptr<const Row>> kept;
+    std::string nodes;
+    host::Feed changes;
+    bool doubted = false;  ///< the table may be gone
 };
 
-/// A table and the notations of its nodes, a zero byte behind each.
+/// A table and the texts that name its nodes.
 using RequestKey = std::pair<std::uint32_t, std::string>;
 
 /// One session with a plant, and what was prepared on it. Objects that use it across calls share
@@ -62,6 +47,9 @@ struct Session {
     int idleClose;
     bool stale = false;
 };
+
+/// The texts, a zero byte behind each.
+std::string joined(const NimbNodes& texts);
 
 /// The nodes that the texts name. Throws BadNode.
 std::vector<host::NodeId> nodesOf(const NimbNodes& texts);

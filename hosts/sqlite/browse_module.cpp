@@ -1,12 +1,11 @@
 // opcua_browse(url, node): what a node of a plant refers to.
 
-#include <algorithm>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
 #include "base/text.h"
-#include "sqlite/results.h"
-#include "sqlite/table.h"
+#include "sqlite/virtual_table.h"
 
 namespace nimb::sqlite {
 
@@ -14,84 +13,10 @@ namespace {
 
 enum Column : int { name, node, nodeClass, url, from };
 
-constexpr const char* kSchema =
-    "CREATE TABLE x(name TEXT, node TEXT, class TEXT, url HIDDEN, from_node HIDDEN)";
-
-struct BrowseTable : sqlite3_vtab {
-    Database* database = nullptr;
-};
-
 struct Row {
     host::Reference reference;
     const char* className = "";
 };
-
-struct Cursor : sqlite3_vtab_cursor {
-    std::vector<Row> rows;
-    std::size_t at = 0;
-};
-
-Cursor& cursorOf(sqlite3_vtab_cursor* cursor) { return *static_cast<Cursor*>(cursor); }
-
-int connect(sqlite3* db, void* shared, int /*count*/, const char* const* /*arguments*/,
-            sqlite3_vtab** table, char** message) {
-    return guardedCreation(message, [&] {
-        // A schema or trigger from elsewhere must not make this process talk to any url.
-        sqlite3_vtab_config(db, SQLITE_VTAB_DIRECTONLY);
-        if (const int error = sqlite3_declare_vtab(db, kSchema); error != SQLITE_OK) {
-            return error;
-        }
-        auto* made = new BrowseTable{};
-        made->database = &databaseOf(shared);
-        *table = made;
-        return SQLITE_OK;
-    });
-}
-
-int disconnect(sqlite3_vtab* table) {
-    delete static_cast<BrowseTable*>(table);
-    return SQLITE_OK;
-}
-
-/// The arguments come as constraints on the hidden columns: url must be there, node may be.
-int bestIndex(sqlite3_vtab* table, sqlite3_index_info* info) {
-    return guarded(table, [&] {
-        int found[2] = {-1, -1};
-        bool later = false;
-        for (int i = 0; i < info->nConstraint; ++i) {
-            const auto& constraint = info->aConstraint[i];
-            if (constraint.iColumn < url || constraint.op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
-            if (constraint.usable == 0) {
-                later = true;
-            } else {
-                found[constraint.iColumn - url] = i;
-            }
-        }
-        if (later) return SQLITE_CONSTRAINT;
-        if (found[0] < 0) throw std::runtime_error("opcua_browse takes a url and a node");
-        int arguments = 0;
-        for (const int i : found) {
-            if (i < 0) continue;
-            info->aConstraintUsage[i].argvIndex = ++arguments;
-            info->aConstraintUsage[i].omit = 1;
-        }
-        info->estimatedCost = 10000;
-        info->estimatedRows = 100;
-        return SQLITE_OK;
-    });
-}
-
-int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(table, [&] {
-        *cursor = new Cursor{};
-        return SQLITE_OK;
-    });
-}
-
-int close(sqlite3_vtab_cursor* cursor) {
-    delete &cursorOf(cursor);
-    return SQLITE_OK;
-}
 
 /// The session of a table for that url, with its credentials; else an anonymous one.
 std::shared_ptr<Session> sessionAt(Database& database, const std::string& address) {
@@ -144,16 +69,50 @@ void addClasses(host::Connection& connection, std::vector<Row>& rows) {
     }
 }
 
-int filter(sqlite3_vtab_cursor* base, int /*index*/, const char* /*kinds*/, int count,
-           sqlite3_value** arguments) {
-    return guarded(base->pVtab, [&] {
-        const Gate gate;
-        Cursor& cursor = cursorOf(base);
-        cursor.rows.clear();
-        cursor.at = 0;
+struct Definition {
+    using Table = PlainTable;
+    using Cursor = RowCursor<Row>;
+    static constexpr const char* schema =
+        "CREATE TABLE x(name TEXT, node TEXT, class TEXT, url HIDDEN, from_node HIDDEN)";
+
+    static Table* connect(sqlite3* db, Database& database, std::span<const char* const>) {
+        // A schema or trigger from elsewhere must not make this process talk to any url.
+        sqlite3_vtab_config(db, SQLITE_VTAB_DIRECTONLY);
+        return new Table{{}, &database};
+    }
+
+    /// The arguments come as constraints on the hidden columns: url must be there, node may be.
+    static int bestIndex(Table& /*table*/, sqlite3_index_info& info) {
+        int found[2] = {-1, -1};
+        bool later = false;
+        for (int i = 0; i < info.nConstraint; ++i) {
+            const auto& constraint = info.aConstraint[i];
+            if (constraint.iColumn < url || constraint.op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
+            if (constraint.usable == 0) {
+                later = true;
+            } else {
+                found[constraint.iColumn - url] = i;
+            }
+        }
+        if (later) return SQLITE_CONSTRAINT;
+        if (found[0] < 0) throw std::runtime_error("opcua_browse takes a url and a node");
+        int arguments = 0;
+        for (const int i : found) {
+            if (i < 0) continue;
+            info.aConstraintUsage[i].argvIndex = ++arguments;
+            info.aConstraintUsage[i].omit = 1;
+        }
+        info.estimatedCost = 10000;
+        info.estimatedRows = 100;
+        return SQLITE_OK;
+    }
+
+    static void filter(Table& table, Cursor& cursor, int /*kind*/, const char* /*kinds*/,
+                       std::span<sqlite3_value* const> arguments) {
         const std::string address = textOf(arguments[0]);
-        const host::NodeId start = host::parseNode(count > 1 ? textOf(arguments[1]) : "i=85");
-        const auto session = sessionAt(*static_cast<BrowseTable*>(base->pVtab)->database, address);
+        const host::NodeId start =
+            host::parseNode(arguments.size() > 1 ? textOf(arguments[1]) : "i=85");
+        const auto session = sessionAt(*table.database, address);
         try {
             for (host::Reference& reference : host::browse(session->connection, start)) {
                 if (leadsOn(reference.type)) cursor.rows.push_back({std::move(reference), ""});
@@ -164,27 +123,11 @@ int filter(sqlite3_vtab_cursor* base, int /*index*/, const char* /*kinds*/, int 
         } catch (const host::TooLong& error) {
             throw std::runtime_error(address + ": " + error.what());
         }
-        return SQLITE_OK;
-    });
-}
+    }
 
-int next(sqlite3_vtab_cursor* cursor) {
-    ++cursorOf(cursor).at;
-    return SQLITE_OK;
-}
-
-int atEnd(sqlite3_vtab_cursor* cursor) {
-    return cursorOf(cursor).at >= cursorOf(cursor).rows.size() ? 1 : 0;
-}
-
-int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* id) {
-    *id = static_cast<sqlite3_int64>(cursorOf(cursor).at) + 1;
-    return SQLITE_OK;
-}
-
-int column(sqlite3_vtab_cursor* base, sqlite3_context* context, int number) {
-    return guarded(base->pVtab, [&] {
-        const Row& row = cursorOf(base).rows[cursorOf(base).at];
+    static void column(const Table& /*table*/, const Cursor& cursor, sqlite3_context* context,
+                       int number) {
+        const Row& row = cursor.row();
         if (number == name) {
             resultText(context, row.reference.name);
         } else if (number == node) {
@@ -192,26 +135,15 @@ int column(sqlite3_vtab_cursor* base, sqlite3_context* context, int number) {
         } else if (number == nodeClass) {
             resultText(context, row.className);
         }
-        return SQLITE_OK;
-    });
-}
+    }
+
+    static sqlite3_int64 rowid(const Cursor& cursor) {
+        return static_cast<sqlite3_int64>(cursor.at) + 1;
+    }
+};
 
 }  // namespace
 
-// Without xCreate it exists by itself, as a function in FROM.
-const sqlite3_module browseModule = [] {
-    sqlite3_module module{};
-    module.xConnect = connect;
-    module.xBestIndex = bestIndex;
-    module.xDisconnect = disconnect;
-    module.xOpen = open;
-    module.xClose = close;
-    module.xFilter = filter;
-    module.xNext = next;
-    module.xEof = atEnd;
-    module.xColumn = column;
-    module.xRowid = rowid;
-    return module;
-}();
+const sqlite3_module browseModule = VirtualTable<Definition>::module();
 
 }  // namespace nimb::sqlite

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "sqlite/results.h"
 #include "sqlite/table.h"
 
 extern "C" {
@@ -14,11 +15,7 @@ namespace nimb::sqlite {
 namespace {
 
 void release(void* share) {
-    try {
-        const Gate gate;
-        delete static_cast<Share*>(share);
-    } catch (const std::exception&) {  // after a fork: the sessions are the parent's
-    }
+    guardedEnd([&] { delete static_cast<Share*>(share); });
 }
 
 }  // namespace

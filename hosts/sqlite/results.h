@@ -6,6 +6,7 @@
 
 #include "base/value.h"
 #include "sqlite/api.h"
+#include "sqlite/sessions.h"
 
 namespace nimb::sqlite {
 
@@ -51,6 +52,17 @@ int guardedCreation(char** message, Method method) noexcept {
         *message = errorText(error.what());
         return SQLITE_ERROR;
     }
+}
+
+/// Runs what gives up a session or something that may be the last to hold one.
+template <typename Method>
+int guardedEnd(Method method) noexcept {
+    try {
+        const Gate gate;
+        method();
+    } catch (const std::exception&) {  // after a fork: the sessions are the parent's
+    }
+    return SQLITE_OK;
 }
 
 }  // namespace nimb::sqlite

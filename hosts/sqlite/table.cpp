@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "sqlite/feed.h"
-
 namespace nimb::sqlite {
 
 namespace {
@@ -58,6 +56,8 @@ auto Table::named(Operation operation) {
         throw std::runtime_error(options_.plant.url + ": " + failure.what());
     } catch (const host::TooLong& error) {
         throw std::runtime_error(options_.plant.url + ": " + error.what());
+    } catch (const host::Refusal& refusal) {
+        throw std::runtime_error(name_ + ": " + refusal.what());
     }
 }
 
@@ -90,26 +90,16 @@ host::Reading Table::read() {
 
 std::shared_ptr<Feed> Table::feed() {
     std::shared_ptr<Feed>& feed = holdings_->feed;
-    if (feed) {
-        return feed;
+    if (!feed) {
+        feed = std::make_shared<Feed>(library(), options_.withPassword(), nodes(), *infos());
+        closeAtExit(feed);
     }
-    // One node that is not there would fail the subscription of all.
-    const Infos all = infos();
-    std::vector<host::NodeId> variables;
-    auto theirs = std::make_shared<std::vector<host::NodeInfo>>();
-    for (std::size_t i = 0; i < all->size(); ++i) {
-        constexpr int variable = 2;
-        if ((*all)[i].nodeClass != variable) continue;
-        variables.push_back(nodes()[i]);
-        theirs->push_back((*all)[i]);
-    }
-    if (variables.empty()) {
-        throw std::runtime_error(name_ + ": none of its nodes is a variable that can be followed");
-    }
-    feed = std::make_shared<Feed>(library(), options_.withPassword(), std::move(variables),
-                                  std::move(theirs));
-    closeAtExit(feed);
     return feed;
+}
+
+std::vector<Feed::Row> Table::changes(std::int64_t after) {
+    constexpr std::size_t most = 500000;
+    return named([&] { return feed()->take(after, most); });
 }
 
 void Table::queueWrite(std::size_t node, const host::Value& value) {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/follower.h"
+#include "base/feed.h"
 #include "base/prepared_read.h"
 #include "base/write.h"
 #include "sqlite/api.h"
@@ -17,11 +17,14 @@
 
 namespace nimb::sqlite {
 
-class Feed;
 struct Database;
+using host::Infos;
 
-/// The description of nodes, shared with the rows that were read by it.
-using Infos = std::shared_ptr<const std::vector<host::NodeInfo>>;
+/// The changes of a table's nodes.
+struct Feed : Closable, host::Feed {
+    using host::Feed::Feed;
+    void close() noexcept override { host::Feed::close(); }
+};
 
 /// What a table holds on to while SQLite disconnects and connects it: it does so whenever anybody
 /// changes the schema.
@@ -56,6 +59,8 @@ class Table : public sqlite3_vtab {
     host::Reading read();
     /// The changes of the nodes, followed from the first call on.
     std::shared_ptr<Feed> feed();
+    /// The changes that are kept behind number `after`; those up to it are forgotten.
+    std::vector<Feed::Row> changes(std::int64_t after);
 
     /// Keeps a write until the transaction is committed. Throws what names the node.
     void queueWrite(std::size_t node, const host::Value& value);

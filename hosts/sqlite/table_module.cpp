@@ -1,11 +1,12 @@
-// Module opcua: the methods through which SQLite reads and writes a table.
+// Module opcua: nodes of a plant, read and written as the rows of a table.
 
 #include <algorithm>
+#include <numeric>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "sqlite/results.h"
-#include "sqlite/table.h"
+#include "sqlite/virtual_table.h"
 
 namespace nimb::sqlite {
 
@@ -13,90 +14,14 @@ namespace {
 
 enum Column : int { name, node, value, type, status, statusName, sourceTime, serverTime };
 
-constexpr const char* kSchema =
-    "CREATE TABLE x(name TEXT, node TEXT, value, type TEXT, status INTEGER, status_name TEXT, "
-    "source_time TEXT, server_time TEXT)";
-
 // Columns that the description of the nodes fills, without reading a value.
 constexpr sqlite3_uint64 kDescribed = 1U << name | 1U << node | 1U << type;
 
-struct Cursor : sqlite3_vtab_cursor {
+struct NodeCursor : RowCursor<std::size_t> {  ///< its rows are the nodes that are wanted
     Infos infos;
     host::Reading reading;
     bool wasRead = false;
-    std::vector<std::size_t> rows;  ///< nodes that the statement wants
-    std::size_t at = 0;
 };
-
-Table& tableOf(sqlite3_vtab* table) { return *static_cast<Table*>(table); }
-Cursor& cursorOf(sqlite3_vtab_cursor* cursor) { return *static_cast<Cursor*>(cursor); }
-
-int connect(sqlite3* db, void* shared, int count, const char* const* arguments,
-            sqlite3_vtab** table, char** message) {
-    return guardedCreation(message, [&] {
-        if (const int error = sqlite3_declare_vtab(db, kSchema); error != SQLITE_OK) {
-            return error;
-        }
-        const Gate gate;
-        constexpr int own = 3;  // behind module, schema and name
-        TableOptions options = parseOptions({arguments + own, arguments + count});
-        *table = new Table(databaseOf(shared), arguments[1], arguments[2], std::move(options));
-        return SQLITE_OK;
-    });
-}
-
-int end(sqlite3_vtab* table, bool dropped) {
-    try {
-        const Gate gate;
-        if (dropped) tableOf(table).drop();
-        delete &tableOf(table);
-    } catch (const std::exception&) {  // after a fork: the sessions are the parent's
-    }
-    return SQLITE_OK;
-}
-
-int disconnect(sqlite3_vtab* table) { return end(table, false); }
-int destroy(sqlite3_vtab* table) { return end(table, true); }
-
-/// Takes "name = ?" and "node = ?", also with IN. The letters of idxStr say what the values are:
-/// name or node, a capital for a list. A constrained scan is the same request as a whole one and
-/// must not seem cheaper: in a join it would otherwise be made once for each row.
-int bestIndex(sqlite3_vtab* table, sqlite3_index_info* info) {
-    return guarded(table, [&] {
-        std::string taken;
-        for (int i = 0; i < info->nConstraint; ++i) {
-            const auto& constraint = info->aConstraint[i];
-            const bool wanted = constraint.iColumn == name || constraint.iColumn == node;
-            if (!wanted || constraint.usable == 0 || constraint.op != SQLITE_INDEX_CONSTRAINT_EQ ||
-                sqlite3_stricmp(sqlite3_vtab_collation(info, i), "BINARY") != 0) {
-                continue;
-            }
-            const bool list = sqlite3_vtab_in(info, i, 1) != 0;
-            const char letter = constraint.iColumn == name ? 'n' : 'd';
-            taken += static_cast<char>(list ? letter - 'a' + 'A' : letter);
-            info->aConstraintUsage[i].argvIndex = static_cast<int>(taken.size());
-        }
-        const auto nodes = static_cast<double>(tableOf(table).nodes().size());
-        info->estimatedCost = 10000 + nodes;
-        info->estimatedRows = taken.empty() ? static_cast<sqlite3_int64>(nodes) : 1;
-        info->idxNum = (info->colUsed & ~kDescribed) != 0 ? 1 : 0;
-        info->idxStr = sqlite3_mprintf("%s", taken.c_str());
-        info->needToFreeIdxStr = 1;
-        return info->idxStr == nullptr ? SQLITE_NOMEM : SQLITE_OK;
-    });
-}
-
-int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(table, [&] {
-        *cursor = new Cursor{};
-        return SQLITE_OK;
-    });
-}
-
-int close(sqlite3_vtab_cursor* cursor) {
-    delete &cursorOf(cursor);
-    return SQLITE_OK;
-}
 
 /// The texts that a constraint admits. What is no text equals no name.
 std::vector<std::string> admitted(sqlite3_value* argument, bool list) {
@@ -117,7 +42,7 @@ std::vector<std::string> admitted(sqlite3_value* argument, bool list) {
     return texts;
 }
 
-void keepAdmitted(Cursor& cursor, const Table& table, char kind, sqlite3_value* argument) {
+void keepAdmitted(NodeCursor& cursor, const Table& table, char kind, sqlite3_value* argument) {
     const bool list = kind == 'N' || kind == 'D';
     const bool byName = kind == 'n' || kind == 'N';
     const auto texts = admitted(argument, list);
@@ -127,7 +52,7 @@ void keepAdmitted(Cursor& cursor, const Table& table, char kind, sqlite3_value* 
     });
 }
 
-void warn(const Table& table, const Cursor& cursor) {
+void warn(const Table& table, const NodeCursor& cursor) {
     for (const std::size_t i : cursor.rows) {
         if (!cursor.reading.status(i)) {
             sqlite3_log(SQLITE_WARNING, "%s: %s has a value without a form: NULL",
@@ -136,41 +61,7 @@ void warn(const Table& table, const Cursor& cursor) {
     }
 }
 
-int filter(sqlite3_vtab_cursor* base, int reads, const char* kinds, int count,
-           sqlite3_value** arguments) {
-    return guarded(base->pVtab, [&] {
-        const Gate gate;
-        Cursor& cursor = cursorOf(base);
-        Table& table = tableOf(base->pVtab);
-        cursor.infos = table.infos();
-        cursor.at = 0;
-        cursor.rows.resize(table.nodes().size());
-        for (std::size_t i = 0; i < cursor.rows.size(); ++i) cursor.rows[i] = i;
-        for (int i = 0; i < count; ++i) keepAdmitted(cursor, table, kinds[i], arguments[i]);
-        cursor.wasRead = reads != 0 && !cursor.rows.empty();
-        if (cursor.wasRead) {
-            cursor.reading = table.read();
-            warn(table, cursor);
-        }
-        return SQLITE_OK;
-    });
-}
-
-int next(sqlite3_vtab_cursor* cursor) {
-    ++cursorOf(cursor).at;
-    return SQLITE_OK;
-}
-
-int atEnd(sqlite3_vtab_cursor* cursor) {
-    return cursorOf(cursor).at >= cursorOf(cursor).rows.size() ? 1 : 0;
-}
-
-int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* id) {
-    *id = static_cast<sqlite3_int64>(cursorOf(cursor).rows[cursorOf(cursor).at]) + 1;
-    return SQLITE_OK;
-}
-
-void resultNodeValue(sqlite3_context* context, const Table& table, const Cursor& cursor,
+void resultNodeValue(sqlite3_context* context, const Table& table, const NodeCursor& cursor,
                      std::size_t i) {
     host::Warning warning = nullptr;
     resultValue(context, cursor.reading.value(i, (*cursor.infos)[i], warning));
@@ -180,7 +71,7 @@ void resultNodeValue(sqlite3_context* context, const Table& table, const Cursor&
     }
 }
 
-void resultRead(sqlite3_context* context, const Cursor& cursor, std::size_t i, int column) {
+void resultRead(sqlite3_context* context, const NodeCursor& cursor, std::size_t i, int column) {
     const host::Reading& reading = cursor.reading;
     if (column == sourceTime || column == serverTime) {
         resultTime(context, column == sourceTime ? reading.sourceTime(i) : reading.serverTime(i));
@@ -193,14 +84,65 @@ void resultRead(sqlite3_context* context, const Cursor& cursor, std::size_t i, i
     }
 }
 
-int column(sqlite3_vtab_cursor* base, sqlite3_context* context, int number) {
-    if (sqlite3_vtab_nochange(context) != 0) {
-        return SQLITE_OK;
+struct Definition {
+    using Table = sqlite::Table;
+    using Cursor = NodeCursor;
+    static constexpr const char* schema =
+        "CREATE TABLE x(name TEXT, node TEXT, value, type TEXT, status INTEGER, status_name TEXT, "
+        "source_time TEXT, server_time TEXT)";
+
+    static Table* connect(sqlite3* /*db*/, Database& database,
+                          std::span<const char* const> arguments) {
+        constexpr std::size_t own = 3;  // behind module, schema and name
+        return new Table(database, arguments[1], arguments[2],
+                         parseOptions({arguments.begin() + own, arguments.end()}));
     }
-    return guarded(base->pVtab, [&] {
-        const Cursor& cursor = cursorOf(base);
-        const Table& table = tableOf(base->pVtab);
-        const std::size_t i = cursor.rows[cursor.at];
+
+    /// Takes "name = ?" and "node = ?", also with IN. The letters of idxStr say what the values
+    /// are: name or node, a capital for a list. A constrained scan is the same request as a whole
+    /// one and must not seem cheaper: in a join it would otherwise be made once for each row.
+    static int bestIndex(Table& table, sqlite3_index_info& info) {
+        std::string taken;
+        for (int i = 0; i < info.nConstraint; ++i) {
+            const auto& constraint = info.aConstraint[i];
+            const bool wanted = constraint.iColumn == name || constraint.iColumn == node;
+            if (!wanted || constraint.usable == 0 || constraint.op != SQLITE_INDEX_CONSTRAINT_EQ ||
+                sqlite3_stricmp(sqlite3_vtab_collation(&info, i), "BINARY") != 0) {
+                continue;
+            }
+            const bool list = sqlite3_vtab_in(&info, i, 1) != 0;
+            const char letter = constraint.iColumn == name ? 'n' : 'd';
+            taken += static_cast<char>(list ? letter - 'a' + 'A' : letter);
+            info.aConstraintUsage[i].argvIndex = static_cast<int>(taken.size());
+        }
+        const auto nodes = static_cast<double>(table.nodes().size());
+        info.estimatedCost = 10000 + nodes;
+        info.estimatedRows = taken.empty() ? static_cast<sqlite3_int64>(nodes) : 1;
+        info.idxNum = (info.colUsed & ~kDescribed) != 0 ? 1 : 0;
+        info.idxStr = sqlite3_mprintf("%s", taken.c_str());
+        info.needToFreeIdxStr = 1;
+        return info.idxStr == nullptr ? SQLITE_NOMEM : SQLITE_OK;
+    }
+
+    static void filter(Table& table, Cursor& cursor, int reads, const char* kinds,
+                       std::span<sqlite3_value* const> arguments) {
+        cursor.infos = table.infos();
+        cursor.rows.resize(table.nodes().size());
+        std::iota(cursor.rows.begin(), cursor.rows.end(), 0U);
+        for (std::size_t i = 0; i < arguments.size(); ++i) {
+            keepAdmitted(cursor, table, kinds[i], arguments[i]);
+        }
+        cursor.wasRead = reads != 0 && !cursor.rows.empty();
+        if (cursor.wasRead) {
+            cursor.reading = table.read();
+            warn(table, cursor);
+        }
+    }
+
+    static void column(const Table& table, const Cursor& cursor, sqlite3_context* context,
+                       int number) {
+        if (sqlite3_vtab_nochange(context) != 0) return;
+        const std::size_t i = cursor.row();
         const host::NodeInfo& info = (*cursor.infos)[i];
         if (number == name) {
             resultText(context, info.name);
@@ -216,7 +158,19 @@ int column(sqlite3_vtab_cursor* base, sqlite3_context* context, int number) {
         } else {
             resultRead(context, cursor, i, number);
         }
-        return SQLITE_OK;
+    }
+
+    static sqlite3_int64 rowid(const Cursor& cursor) {
+        return static_cast<sqlite3_int64>(cursor.row()) + 1;
+    }
+};
+
+Table& tableOf(sqlite3_vtab* table) { return *static_cast<Table*>(table); }
+
+int destroy(sqlite3_vtab* table) {
+    return guardedEnd([&] {
+        tableOf(table).drop();
+        delete &tableOf(table);
     });
 }
 
@@ -301,20 +255,10 @@ int rollBackTo(sqlite3_vtab* table, int number) {
 }  // namespace
 
 const sqlite3_module tableModule = [] {
-    sqlite3_module module{};
+    sqlite3_module module = VirtualTable<Definition>::module();
     module.iVersion = 2;
-    module.xCreate = connect;
-    module.xConnect = connect;
-    module.xBestIndex = bestIndex;
-    module.xDisconnect = disconnect;
+    module.xCreate = module.xConnect;
     module.xDestroy = destroy;
-    module.xOpen = open;
-    module.xClose = close;
-    module.xFilter = filter;
-    module.xNext = next;
-    module.xEof = atEnd;
-    module.xColumn = column;
-    module.xRowid = rowid;
     module.xUpdate = update;
     module.xBegin = begin;
     module.xSync = sync;

@@ -9,7 +9,7 @@
 
 #include "processors.h"
 #include "report.h"
-#include "support/server_process.h"
+#include "testbed/server_process.h"
 
 namespace {
 
@@ -83,7 +83,7 @@ int main(int count, char** arguments) {
     try {
         const Options options = parse(count, arguments);
         takeFirstProcessor();
-        const nimb::test::ServerProcess server;
+        const nimb::test::ServerProcess server(NIMB_BENCH_SERVER, {});
         nimb::host::Library library(NIMB_LIBRARY_PATH);
         const Setting setting{library, server.url()};
         const std::vector<Case> cases = selectedCases(options.only);

@@ -9,8 +9,8 @@
 #include "checks.h"
 #include "processors.h"
 #include "report.h"
-#include "support/server_process.h"
-#include "support/wait_until.h"
+#include "testbed/server_process.h"
+#include "testbed/wait_until.h"
 
 namespace {
 
@@ -49,9 +49,9 @@ void nodes(const Setting& setting) {
 void arguments(const Setting& setting) {
     const AdapterSession session(setting.library, setting.url);
     for (const std::size_t count : {1U, 10U, 100U, 500U, 1000U, 2000U}) {
-        const VeltoList zeros = repeated(0, count);
+        const VeltoList zeros = repeated(count, 0);
         Entry prepare = session.entry("zfReadBulkSetup",
-                                      VeltoList() + zeros + zeros + repeated(70000, count) + zeros);
+                                      VeltoList() + zeros + zeros + repeated(count, 70000) + zeros);
         Contest contest;
         contest.adapter.call = [&] {
             const long handle = prepare.call().at(0).AsLong();
@@ -101,7 +101,8 @@ class Queue {
 /// Lets the queue fill, freezes the server and drains what has come.
 void notifications(host::Library& library) {
     for (const double wanted : {10.0, 100.0, 1000.0, 10000.0}) {
-        test::ServerProcess server({"--change", std::to_string(Queue::items) + ":5"});
+        test::ServerProcess server(NIMB_BENCH_SERVER,
+                                   {"--change", std::to_string(Queue::items) + ":5"});
         Queue queue({library, server.url()});
         require(test::waitUntil([&] { return queue.length() >= wanted; }), "queued notifications");
         server.freeze();
@@ -121,7 +122,7 @@ int main() {
         host::Library library(NIMB_LIBRARY_PATH);
         std::printf("| Size of | Size | CPU, µs | ns per unit |\n|---|---|---|---|\n");
         handles(library);
-        const test::ServerProcess server;
+        const test::ServerProcess server(NIMB_BENCH_SERVER, {});
         const Setting setting{library, server.url()};
         nodes(setting);
         notifications(library);

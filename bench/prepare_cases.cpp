@@ -146,7 +146,7 @@ void addPrepareCases(std::vector<Case>& cases) {
         [] { return readArguments(preparedNodes()); }, buildFromLists));
     cases.push_back(prepareCase(
         "prepare a read of 200 nodes, specification", 1.4, "zfReadBulkSetupC",
-        [] { return VeltoList() + specificationOf(preparedNodes()); }, buildFromSpecification));
+        [] { return VeltoList() + test::specification(preparedNodes()); }, buildFromSpecification));
 }
 
 }  // namespace nimb::bench

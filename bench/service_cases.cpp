@@ -157,8 +157,8 @@ class Browse {
     explicit Browse(const Setting& setting)
         : sessions(setting, 0),
           adapterEntry(sessions.adapter.entry(
-              "zfBrowse", VeltoList() + repeated(0, 1) + repeated(int{plant::namespaceIndex}, 1) +
-                              repeated(static_cast<int>(browsedFolder.numeric), 1))) {
+              "zfBrowse", VeltoList() + repeated(1, 0) + repeated(1, int{plant::namespaceIndex}) +
+                              repeated(1, static_cast<int>(browsedFolder.numeric)))) {
         node_.nodeId = plant::stackId(browsedFolder);
         node_.resultMask = UA_BROWSERESULTMASK_ALL;
         request_.nodesToBrowse = &node_;

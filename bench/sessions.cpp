@@ -22,19 +22,10 @@ VeltoList identifiersOf(std::span<const plant::NodeAddress> nodes) {
 
 }  // namespace
 
-VeltoList specificationOf(std::span<const plant::NodeAddress> nodes) {
-    VeltoList properties = VeltoList() + VeltoNull();
-    for (const auto& node : nodes) {
-        properties += VeltoList() + VeltoNull() + VeltoNull() + int{plant::namespaceIndex} +
-                      std::to_string(node.numeric) + int{UA_ATTRIBUTEID_VALUE};
-    }
-    return VeltoList() + VeltoNull() + VeltoNull() + properties;
-}
-
 VeltoList readArguments(std::span<const plant::NodeAddress> nodes) {
     const std::size_t count = nodes.size();
-    return VeltoList() + repeated(0, count) + repeated(int{plant::namespaceIndex}, count) +
-           identifiersOf(nodes) + repeated(int{UA_ATTRIBUTEID_VALUE}, count);
+    return VeltoList() + repeated(count, 0) + repeated(count, int{plant::namespaceIndex}) +
+           identifiersOf(nodes) + repeated(count, int{UA_ATTRIBUTEID_VALUE});
 }
 
 Entry::Entry(const host::Library& library, std::string_view name, const VeltoROList& arguments)
@@ -99,7 +90,7 @@ long AdapterSession::subscribe(std::span<const plant::NodeAddress> nodes, double
     constexpr int lifetime = 10000;
     constexpr int keepAlive = 10;
     constexpr int unbounded = 0;
-    return entry("zfCreateSubscriptionB", VeltoList() + specificationOf(nodes) + interval +
+    return entry("zfCreateSubscriptionB", VeltoList() + test::specification(nodes) + interval +
                                               lifetime + keepAlive + unbounded + interval +
                                               itemQueue + unbounded)
         .call()

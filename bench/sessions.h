@@ -12,9 +12,11 @@
 #include "demo_server/plant_nodes.h"
 #include "demo_server/stack_values.h"
 #include "host/counted_string.h"
-#include "list/velto_list.h"
+#include "testbed/nodes.h"
 
 namespace nimb::bench {
+
+using test::repeated;
 
 using ReadResponse = plant::Owned<UA_ReadResponse, UA_TYPES_READRESPONSE>;
 using BrowseResponse = plant::Owned<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
@@ -108,17 +110,5 @@ class RawRead {
 
 /// The four lists of zfReadBulkSetup for the nodes' values.
 VeltoList readArguments(std::span<const plant::NodeAddress> nodes);
-
-/// Properties as subscriptions and prepared reads want them: a list whose first item is not read,
-/// each property a list of namespace, name and attribute behind two items that are not read either.
-VeltoList specificationOf(std::span<const plant::NodeAddress> nodes);
-
-/// A list of `count` times the same item.
-template <typename T>
-VeltoList repeated(const T& item, std::size_t count) {
-    VeltoList list;
-    for (std::size_t i = 0; i < count; ++i) list += item;
-    return list;
-}
 
 }  // namespace nimb::bench

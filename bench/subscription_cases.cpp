@@ -9,7 +9,7 @@
 #include "cases.h"
 #include "checks.h"
 #include "demo_server/address_space.h"
-#include "support/server_process.h"
+#include "testbed/server_process.h"
 
 namespace nimb::bench {
 
@@ -162,7 +162,8 @@ constexpr int quietInterval = 500;  // of subscriptions to values that hold stil
 
 struct Followers {
     Followers(host::Library& library, int interval)
-        : server({"--change", std::to_string(itemCount) + ":" + std::to_string(interval)}),
+        : server(NIMB_BENCH_SERVER,
+                 {"--change", std::to_string(itemCount) + ":" + std::to_string(interval)}),
           setting{library, server.url()},
           adapter(setting, std::min(interval, quietInterval)),
           raw(setting, std::min(interval, quietInterval)),

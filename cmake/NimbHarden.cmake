@@ -1,5 +1,5 @@
 # Hardening of what is shipped: the library parses bytes from the network inside a database process.
-# The tests under tests/elf/ read the finished library and fail when one of these got lost.
+# scripts/check-elf reads the finished library and fails when one of these got lost.
 
 include(CheckCXXSourceCompiles)
 include(CheckIPOSupported)

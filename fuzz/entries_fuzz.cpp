@@ -6,14 +6,14 @@
 #include <string>
 
 #include "entry_caller.h"
-#include "scratch_dir.h"
+#include "testbed/temp_dir.h"
 
 namespace {
 
 using nimb::VeltoList;
 using nimb::fuzz::EntryCaller;
 using nimb::fuzz::Input;
-using nimb::fuzz::listOf;
+using nimb::test::listOf;
 
 /// One client in each of the states that need no server.
 class Clients {
@@ -115,7 +115,7 @@ void callOne(EntryCaller& caller, const Clients& clients, Input& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const nimb::fuzz::ScratchDir directory;
+    static const nimb::test::WorkingDir directory;
     constexpr int maxCalls = 40;
     EntryCaller caller;
     Input input(data, size);

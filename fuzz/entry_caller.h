@@ -11,7 +11,7 @@
 
 #include "host/counted_string.h"
 #include "input.h"
-#include "list/velto_list.h"
+#include "testbed/lists.h"
 
 namespace nimb::fuzz {
 
@@ -82,13 +82,5 @@ class EntryCaller {
 
     std::unique_ptr<HostBytes> out_ = std::make_unique<HostBytes>();
 };
-
-/// A list of arguments: numbers, texts, lists.
-template <typename... T>
-VeltoList listOf(const T&... values) {
-    VeltoList list;
-    ((list += values), ...);
-    return list;
-}
 
 }  // namespace nimb::fuzz

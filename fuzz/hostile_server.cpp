@@ -1,18 +1,13 @@
 #include "hostile_server.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
-
-#include "input.h"
 
 namespace nimb::fuzz {
 
@@ -125,58 +120,48 @@ void replacePort(std::string& bytes, std::uint16_t port) {
 
 HostileServer::HostileServer(std::span<const std::uint8_t> replies, Framing framing,
                              std::vector<Damage> damages)
-    : framing_(framing), replies_(split(replies)), damages_(std::move(damages)) {
-    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    wake_ = eventfd(0, EFD_CLOEXEC);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    socklen_t length = sizeof address;
-    require(bind(listener_, generic, length) == 0 && listen(listener_, 8) == 0 &&
-            getsockname(listener_, generic, &length) == 0);
-    port_ = ntohs(address.sin_port);
+    : framing_(framing),
+      replies_(split(replies)),
+      damages_(std::move(damages)),
+      wake_(eventfd(0, EFD_CLOEXEC)) {
+    listener_.listen();
     thread_ = std::thread([this] { serve(); });
 }
 
 HostileServer::~HostileServer() {
-    eventfd_write(wake_, 1);
+    eventfd_write(wake_.get(), 1);
     thread_.join();
-    close(wake_);
-    close(listener_);
 }
 
 void HostileServer::serve() {
     while (true) {
-        pollfd awaited[] = {{listener_, POLLIN, 0}, {wake_, POLLIN, 0}};
+        pollfd awaited[] = {{listener_.descriptor(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         poll(awaited, 2, -1);
         if (awaited[1].revents != 0) {
             return;
         }
-        const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const test::Descriptor connection(
+            accept4(listener_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!finished_) {
-            converse(connection);
+            converse(connection.get());
         }
         finished_ = true;
         // A reset: nothing of the connection is left behind to use up ports.
-        const linger atOnce{1, 0};
-        setsockopt(connection, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-        close(connection);
+        test::resetOnClose(connection.get());
     }
 }
 
 void HostileServer::converse(int connection) {
-    const int on = 1;
-    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    test::sendAtOnce(connection);
     std::string received;
     char bytes[4096];
     while (true) {
-        pollfd awaited[] = {{connection, POLLIN, 0}, {wake_, POLLIN, 0}};
+        pollfd awaited[] = {{connection, POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         poll(awaited, 2, -1);
         const ssize_t count =
             awaited[1].revents != 0 ? 0 : recv(connection, bytes, sizeof bytes, 0);
         if (awaited[1].revents != 0) {
-            eventfd_write(wake_, 1);  // for serve() too
+            eventfd_write(wake_.get(), 1);  // for serve() too
         }
         if (count <= 0) {
             return;
@@ -277,7 +262,7 @@ std::string HostileServer::takeReplyTo(const std::string& request) {
 
 void HostileServer::putRight(std::string& reply, const std::string& request) {
     put(reply, 4, static_cast<std::uint32_t>(reply.size()));
-    replacePort(reply, port_);
+    replacePort(reply, listener_.port());
     if (!reply.starts_with("OPN") && !reply.starts_with("MSG")) {
         return;
     }

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "damage.h"
+#include "testbed/descriptor.h"
+#include "testbed/loopback_socket.h"
 
 namespace nimb::fuzz {
 
@@ -32,7 +34,7 @@ class HostileServer {
     HostileServer(const HostileServer&) = delete;
     HostileServer& operator=(const HostileServer&) = delete;
 
-    std::string url() const { return "opc.tcp://127.0.0.1:" + std::to_string(port_); }
+    std::string url() const { return listener_.url(); }
     /// True once the connection has ended: nothing more can come of further calls.
     bool finished() const { return finished_; }
 
@@ -52,9 +54,8 @@ class HostileServer {
     const std::vector<Damage> damages_;
     std::size_t delivered_ = 0;
     std::uint32_t sequenceNumber_ = 0;
-    int listener_ = -1;
-    int wake_ = -1;
-    std::uint16_t port_ = 0;
+    test::LoopbackSocket listener_;
+    test::Descriptor wake_;
     std::atomic<bool> finished_ = false;
     std::thread thread_;
 };

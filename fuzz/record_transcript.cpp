@@ -7,24 +7,21 @@
 #include <mutex>
 #include <string>
 
-#include "support/fault_proxy.h"
-#include "support/host.h"
-#include "support/test_server.h"
-#include "support/wait_until.h"
+#include "testbed/fault_proxy.h"
+#include "testbed/host.h"
+#include "testbed/nodes.h"
+#include "testbed/test_server.h"
+#include "testbed/wait_until.h"
 
 namespace {
 
 using nimb::VeltoList;
-using nimb::VeltoNull;
 using nimb::test::Host;
 using nimb::test::listOf;
 
 VeltoList specification() {
-    const auto node = [](const char* name) {
-        return listOf(VeltoNull(), VeltoNull(), 2, name, 13);
-    };
-    return listOf(VeltoNull(), VeltoNull(),
-                  listOf(VeltoNull(), node("Tank1.Level"), node("1020"), node("1022")));
+    using namespace nimb::plant;
+    return nimb::test::specification({tank1Level, numericNode(1020), numericNode(1022)});
 }
 
 void play(const std::string& url) {

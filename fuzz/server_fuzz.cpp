@@ -6,24 +6,21 @@
 
 #include "entry_caller.h"
 #include "hostile_server.h"
+#include "testbed/nodes.h"
 
 namespace {
 
 using nimb::VeltoList;
-using nimb::VeltoNull;
 using nimb::fuzz::EntryCaller;
 using nimb::fuzz::HostileServer;
 using nimb::fuzz::Input;
-using nimb::fuzz::listOf;
+using nimb::test::listOf;
 
 constexpr int kTimeout = 200;  // milliseconds
 
 VeltoList specification() {
-    const auto node = [](const char* name) {
-        return listOf(VeltoNull(), VeltoNull(), 2, std::string(name), 13);
-    };
-    return listOf(VeltoNull(), VeltoNull(),
-                  listOf(VeltoNull(), node("Tank1.Level"), node("1020"), node("1022")));
+    using namespace nimb::plant;
+    return nimb::test::specification({tank1Level, numericNode(1020), numericNode(1022)});
 }
 
 /// The calls of the recorded session, in its order.

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "client/server_check.h"
-#include "support/certificates.h"
+#include "testbed/certificates.h"
 
 namespace nimb::test {
 namespace {

@@ -97,7 +97,7 @@ TEST(DateText, OdbcEqualsThePrintedFormOnEveryDayAndForAllInstants) {
 
 template <typename T>
 UA_DateTime readDate(const T& value, bool wholeSeconds = false) {
-    const VeltoList args = test::items(value);
+    const VeltoList args = test::listOf(value);
     long time = 0;
     UACExport::read(&time, &args, 0, wholeSeconds);
     return time;

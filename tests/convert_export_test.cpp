@@ -16,22 +16,22 @@ using namespace test;
 
 TEST(ExportScalar, EveryTypeHasItsItem) {
     const long long smallest = std::numeric_limits<long long>::min();
-    EXPECT_EQ(exported(0, UA_Byte{2}), hex(items(1)));
-    EXPECT_EQ(exported(0, UA_Byte{0}), hex(items(0)));
-    EXPECT_EQ(exported(1, UA_SByte{-128}), hex(items(-128)));
-    EXPECT_EQ(exported(2, UA_Byte{255}), hex(items(255)));
-    EXPECT_EQ(exported(3, UA_Int16{-32768}), hex(items(-32768)));
-    EXPECT_EQ(exported(4, UA_UInt16{65535}), hex(items(65535)));
+    EXPECT_EQ(exported(0, UA_Byte{2}), hex(listOf(1)));
+    EXPECT_EQ(exported(0, UA_Byte{0}), hex(listOf(0)));
+    EXPECT_EQ(exported(1, UA_SByte{-128}), hex(listOf(-128)));
+    EXPECT_EQ(exported(2, UA_Byte{255}), hex(listOf(255)));
+    EXPECT_EQ(exported(3, UA_Int16{-32768}), hex(listOf(-32768)));
+    EXPECT_EQ(exported(4, UA_UInt16{65535}), hex(listOf(65535)));
     EXPECT_EQ(exported(5, UA_Int32{-16777216}), "05 05 00 00 00");
-    EXPECT_EQ(exported(6, UA_UInt32{0xFFFFFFFF}), hex(items(4294967295LL)));
+    EXPECT_EQ(exported(6, UA_UInt32{0xFFFFFFFF}), hex(listOf(4294967295LL)));
     EXPECT_EQ(exported(7, UA_Int64{-16777216}), "06 05 00 00 00 FF");
-    EXPECT_EQ(exported(7, UA_Int64{smallest}), hex(items(smallest)));
-    EXPECT_EQ(exported(8, UA_UInt64{1} << 63), hex(items(smallest)));
+    EXPECT_EQ(exported(7, UA_Int64{smallest}), hex(listOf(smallest)));
+    EXPECT_EQ(exported(8, UA_UInt64{1} << 63), hex(listOf(smallest)));
     EXPECT_EQ(exported(9, 0.1F), exported(10, double{0.1F}));
     EXPECT_EQ(exported(10, -0.0), "0A 08 00 00 00 00 00 00 00 80");
-    EXPECT_EQ(exported(12, UA_DateTime{-5}), hex(items(-5)));
+    EXPECT_EQ(exported(12, UA_DateTime{-5}), hex(listOf(-5)));
     EXPECT_EQ(exported(14, uaString("\xFF\x80")), "04 01 FF 80");
-    EXPECT_EQ(exported(18, UA_StatusCode{0x80340000}), hex(items(2150891520LL)));
+    EXPECT_EQ(exported(18, UA_StatusCode{0x80340000}), hex(listOf(2150891520LL)));
     EXPECT_EQ(exported(13, UA_Guid{}), "2,6,UA_Guid");
     EXPECT_EQ(exported(21, UA_ExtensionObject{}), "2,6,UA_ExtensionObject");
     EXPECT_EQ(exported(24, UA_DiagnosticInfo{}), "2,6,UA_DiagnosticInfo");
@@ -100,8 +100,8 @@ TEST(ExportScalar, ACharacterThatWasCutOffAtTheEndIsLeftOut) {
 
 TEST(ExportScalar, DatesFollowTheDateMode) {
     const UA_DateTime time = 116444736000000000;
-    const std::string expected[] = {hex(items(u"47117,0.000000"s)), hex(items(time)),
-                                    hex(items(u"1970-01-01 00:00:00.0000000"s)),
+    const std::string expected[] = {hex(listOf(u"47117,0.000000"s)), hex(listOf(time)),
+                                    hex(listOf(u"1970-01-01 00:00:00.0000000"s)),
                                     "2,6,addAsUnixTime() method not implemented", ""};
     for (int mode = 0; mode <= 4; ++mode) {
         EXPECT_EQ(exported(12, time, exporter(3, STRING_BYTES, mode)), expected[mode]);
@@ -120,18 +120,18 @@ UA_NodeId nodeId(UA_NodeIdType type) {
 
 TEST(ExportComposite, NodeIdsGiveTheirParts) {
     const std::pair<UA_NodeIdType, VeltoList> cases[] = {
-        {UA_NODEIDTYPE_NUMERIC, items(2, 4000000000LL, 0, 6)},
-        {UA_NODEIDTYPE_STRING, items(2, "abc"s, 3, 11)},
-        {UA_NODEIDTYPE_GUID, items(2, ""s, 4, 13)},
-        {UA_NODEIDTYPE_BYTESTRING, items(2, ""s, 5, 14)},
+        {UA_NODEIDTYPE_NUMERIC, listOf(2, 4000000000LL, 0, 6)},
+        {UA_NODEIDTYPE_STRING, listOf(2, "abc"s, 3, 11)},
+        {UA_NODEIDTYPE_GUID, listOf(2, ""s, 4, 13)},
+        {UA_NODEIDTYPE_BYTESTRING, listOf(2, ""s, 5, 14)},
     };
     for (const auto& [type, parts] : cases) {
         EXPECT_EQ(exported(16, nodeId(type), exporter(), true), hex(parts));
-        EXPECT_EQ(exported(16, nodeId(type)), hex(items(parts)));
+        EXPECT_EQ(exported(16, nodeId(type)), hex(listOf(parts)));
         const UA_ExpandedNodeId expanded{nodeId(type), uaString("urn:x"), 4294967295};
-        const VeltoList more = items(Each{parts}, "urn:x"s, 4294967295LL);
+        const VeltoList more = joined(parts, listOf("urn:x", 4294967295LL));
         EXPECT_EQ(exported(17, expanded, exporter(), true), hex(more));
-        EXPECT_EQ(exported(17, expanded), hex(items(more)));
+        EXPECT_EQ(exported(17, expanded), hex(listOf(more)));
     }
     EXPECT_EQ(exported(16, nodeId(UA_NodeIdType(1))), "2,6,UA_NodeId");
 }
@@ -146,9 +146,9 @@ TEST(ExportComposite, NamesAndTextsAreSpreadOutInVariantsAndNestedElsewhere) {
     EXPECT_EQ(e.addToVeltoList(&list, 23, &variants[1], false), -1);
     EXPECT_EQ(e.addToVeltoList(&list, 19, &name, false), 19);
     EXPECT_EQ(e.addToVeltoList(&list, 20, &text, false), 20);
-    const VeltoList nameParts = items("name"s, 7);
-    const VeltoList textParts = items("text"s, "en"s);
-    EXPECT_EQ(hex(list), hex(items(Each{nameParts}, Each{textParts}, nameParts, textParts)));
+    const VeltoList nameParts = listOf("name"s, 7);
+    const VeltoList textParts = listOf("text"s, "en"s);
+    EXPECT_EQ(hex(list), hex(joined(nameParts, textParts, listOf(nameParts, textParts))));
 }
 
 UA_ReferenceDescription reference(const char* name) {
@@ -181,19 +181,19 @@ TEST(ExportComposite, ABrowseResultIsATreeOfLists) {
         return result([&](VeltoList* l) { EXPECT_EQ(e.addToVeltoListB(l, type, value), type); });
     };
     const VeltoList one = described(rd, exporter());
-    EXPECT_EQ(exportB(94, &rd), hex(items(one)));
-    EXPECT_EQ(exportB(95, &br), hex(items(items(2150891520LL, ""s, 2, items(one, one)))));
+    EXPECT_EQ(exportB(94, &rd), hex(listOf(one)));
+    EXPECT_EQ(exportB(95, &br), hex(listOf(listOf(2150891520LL, ""s, 2, listOf(one, one)))));
     const int seven = 7;
-    EXPECT_EQ(exportB(5, &seven), hex(items(7)));
+    EXPECT_EQ(exportB(5, &seven), hex(listOf(7)));
     for (const long type : {24L, 25L, 93L, 96L, 223L}) {
         EXPECT_EQ(exportB(type, &rd), "2,6,Unknown Type " + std::to_string(type));
     }
     many[1].displayName.text = uaString("\xFF");
-    VeltoList list = items(1);
+    VeltoList list = listOf(1);
     EXPECT_THROW(exporter(3, STRING_UTF16).addToVeltoListB(&list, 95, &br), UACErr);
-    EXPECT_EQ(hex(list), hex(items(1))) << "half-built lists must go";
+    EXPECT_EQ(hex(list), hex(listOf(1))) << "half-built lists must go";
     br.referencesSize = 0;
-    EXPECT_EQ(exportB(95, &br), hex(items(items(2150891520LL, ""s, 0, VeltoList()))));
+    EXPECT_EQ(exportB(95, &br), hex(listOf(listOf(2150891520LL, ""s, 0, VeltoList()))));
 }
 
 TEST(ExportComposite, ReferencesReadAlikeWhateverTheLengthOfTheirTexts) {
@@ -204,7 +204,7 @@ TEST(ExportComposite, ReferencesReadAlikeWhateverTheLengthOfTheirTexts) {
         for (const int mode : {STRING_BYTES, STRING_UTF16, STRING_UTF16_OR_EMPTY}) {
             const UACExport e = exporter(3, mode);
             EXPECT_EQ(result([&](VeltoList* list) { e.UA2CL_ReferenceDescription(list, &rd); }),
-                      hex(items(described(rd, e))))
+                      hex(listOf(described(rd, e))))
                 << length << " in mode " << mode;
         }
     }

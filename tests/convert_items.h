@@ -7,29 +7,10 @@
 
 #include "convert/ua_export.h"
 #include "errors/uac_err.h"
-#include "list/velto_list.h"
 #include "list_hex.h"
+#include "testbed/lists.h"
 
 namespace nimb::test {
-
-/// Stands for the items of a list among the arguments of items().
-struct Each {
-    const VeltoList& list;
-};
-
-inline void append(VeltoList& list, Each part) { list.appendList(part.list); }
-template <typename T>
-void append(VeltoList& list, const T& item) {
-    list += item;
-}
-
-/// A list of the given items; an inner items() becomes a nested list.
-template <typename... T>
-VeltoList items(const T&... values) {
-    VeltoList list;
-    (append(list, values), ...);
-    return list;
-}
 
 /// "kind,code,text" of the UACErr that the call raises; "no error" without one.
 inline std::string errorOf(const std::function<void()>& call) {

@@ -20,9 +20,9 @@ TEST(ExportDataValue, EachModeEmitsItsParts) {
     const UA_DataValue dv{
         variant(5, &number), 11, 12, 13, 14, 0x80000001, false, true, false, true, false, true};
     const long long status = 2147483649;
-    const VeltoList every = items(42, 11, 12, 13, 14, status, 0, 1, 0, 1, 0, 1);
-    const VeltoList timed = items(11, 12, status, 42);
-    const VeltoList expected[] = {every, items(42), items(11), items(12), timed, timed, every};
+    const VeltoList every = listOf(42, 11, 12, 13, 14, status, 0, 1, 0, 1, 0, 1);
+    const VeltoList timed = listOf(11, 12, status, 42);
+    const VeltoList expected[] = {every, listOf(42), listOf(11), listOf(12), timed, timed, every};
     UACExport e = exporter(2);
     for (e.dataValueMode = 0; e.dataValueMode <= 6; ++e.dataValueMode) {
         VeltoList list;
@@ -34,17 +34,17 @@ TEST(ExportDataValue, EachModeEmitsItsParts) {
 TEST(ExportDataValue, AbsentTimesStandBeforeEveryFormOfValueAndBeforeAFailure) {
     const UACExport e = exporter(3, STRING_UTF16, DATE_ODBC);
     const std::u16string absent = u"1601-01-01 00:00:00.0000000";
-    EXPECT_EQ(exported(22, UA_DataValue{}, e), hex(items(absent, absent, 0, VeltoNull())));
+    EXPECT_EQ(exported(22, UA_DataValue{}, e), hex(listOf(absent, absent, 0, VeltoNull())));
     UA_DataValue dv{};
     int seven = 7;
     dv.value = variant(5, &seven);
     EXPECT_EQ(exported(22, dv, exporter(VARIANT_FULL, STRING_BYTES, DATE_ODBC)),
-              hex(items(absent, absent, 0, items(5, 5, 0, 0, 0, 0, VeltoList(), 7))));
+              hex(listOf(absent, absent, 0, listOf(5, 5, 0, 0, 0, 0, VeltoList(), 7))));
     UA_String text = uaString("\xFF");
     dv.value = variant(UA_TYPES_STRING, &text);
     VeltoList list;
     EXPECT_THROW(e.UA2CL(&list, 22, &dv), UACErr);
-    EXPECT_EQ(hex(list), hex(items(absent, absent, 0)));
+    EXPECT_EQ(hex(list), hex(listOf(absent, absent, 0)));
 }
 
 /// Compares what is written of a value in one go with its parts written one by one.
@@ -55,13 +55,13 @@ void expectItemByItem(const UA_DataValue& dv, int stringMode) {
     UACExport::addAsODBCDate(&source, &dv.sourceTimestamp, false);
     UACExport::addAsODBCDate(&server, &dv.serverTimestamp, false);
     const VeltoList parts =
-        items(Each{source}, Each{server}, static_cast<long long>(dv.status), Each{value});
+        joined(source, server, listOf(static_cast<long long>(dv.status)), value);
     EXPECT_EQ(exported(22, dv, e), hex(parts));
     VeltoList nested;
     e.addNestedDataValue(&nested, dv);
-    VeltoList expected = items(parts);
+    VeltoList expected = listOf(parts);
     if (e.addNestedShortAndTime(&nested, dv)) {
-        expected += items(Each{value}, Each{source});
+        expected += joined(value, source);
     }
     EXPECT_EQ(hex(nested), hex(expected));
     EXPECT_EQ(nested.size(), expected.size());
@@ -109,16 +109,16 @@ TEST(ExportVariant, EachModeHasItsFormForScalarsArraysAndNulls) {
     typeless.type = nullptr;
     UA_Variant outside = lone;
     outside.type = &foreign;
-    const std::string full = hex(items(items(5, 5, 0, 0, 0, 0, VeltoList(), 7)));
-    const std::string fullShape = hex(items(items(5, 5, 0, 0, 2, 0, items(2, 3), 7)));
-    const std::string bare = hex(items(7));
+    const std::string full = hex(listOf(listOf(5, 5, 0, 0, 0, 0, VeltoList(), 7)));
+    const std::string fullShape = hex(listOf(listOf(5, 5, 0, 0, 2, 0, listOf(2, 3), 7)));
+    const std::string bare = hex(listOf(7));
     const std::string null = "01";
     const std::string noArray = "2,6,In conversion of array variant";
     const std::string emptyA = "2,6,In conversion of empty variant (a)";
     const std::string emptyB = "2,6,In conversion of empty variant (b)";
     const std::string zero = "2,5,array is of zero-length";
     const std::string unknown = "2,6,UnknownDataType -1";
-    const std::string nested = hex(items(items(7, 8), 1));
+    const std::string nested = hex(listOf(listOf(7, 8), 1));
     const struct {
         const char* name;
         UA_Variant variant;
@@ -143,26 +143,26 @@ TEST(ExportVariant, EachModeHasItsFormForScalarsArraysAndNulls) {
 TEST(ExportVariant, ArraysNestByTheirDimensions) {
     std::vector<int> six = {1, 2, 3, 4, 5, 6};
     std::vector<int> one = {7};
-    const VeltoList flat = items(1, 2, 3, 4, 5, 6);
+    const VeltoList flat = listOf(1, 2, 3, 4, 5, 6);
     const VeltoList cube =
-        items(items(items(1), items(2), items(3)), items(items(4), items(5), items(6)));
+        listOf(listOf(listOf(1), listOf(2), listOf(3)), listOf(listOf(4), listOf(5), listOf(6)));
     const std::string mismatch = "5,10,variant : array elem qty / qty dim mismatch [6,";
     struct {
         std::vector<int>& values;
         std::vector<UA_UInt32> dims;
         std::string expected;
     } cases[] = {
-        {six, {}, hex(items(flat, 1))},
-        {six, {5}, hex(items(flat, 1))},  // a lone dimension is not looked at
-        {six, {2, 3}, hex(items(items(items(1, 2, 3), items(4, 5, 6)), 2))},
-        {six, {2, 3, 1}, hex(items(cube, 3))},
+        {six, {}, hex(listOf(flat, 1))},
+        {six, {5}, hex(listOf(flat, 1))},  // a lone dimension is not looked at
+        {six, {2, 3}, hex(listOf(listOf(listOf(1, 2, 3), listOf(4, 5, 6)), 2))},
+        {six, {2, 3, 1}, hex(listOf(cube, 3))},
         {six, {4, 2}, mismatch + "8]"},
         {six, {0, 6}, mismatch + "0]"},
         {six, {0x80000003, 2}, mismatch + "6]"},
         {six, {0x80000000, 1}, mismatch + "-2147483648]"},
         {six, {1022050301, 2291244626, 9733, 494843}, mismatch + "6]"},  // 6 modulo 2^64
-        {one, {}, hex(items(7))},
-        {one, {3, 4}, hex(items(7))},  // nor are those of a lone element
+        {one, {}, hex(listOf(7))},
+        {one, {3, 4}, hex(listOf(7))},  // nor are those of a lone element
     };
     const auto of = [](auto& c) {
         return variant(5, c.values.data(), c.values.size(), c.dims.size(), c.dims.data());
@@ -196,7 +196,7 @@ TEST(ExportVariant, HostileCountsAreRefusedBeforeAnythingIsRead) {
 TEST(ExportVariant, FailingElementsKeepTheirErrorAndLeaveNothingBehind) {
     UA_Guid guids[2] = {};
     UA_String texts[] = {uaString("ok"), uaString("\xFF")};
-    VeltoList list = items(1);
+    VeltoList list = listOf(1);
     const auto error = [&](const UA_Variant& failing) {
         return errorOf([&] { exporter(3, STRING_UTF16).UA2CL(&list, 23, &failing); });
     };
@@ -204,7 +204,7 @@ TEST(ExportVariant, FailingElementsKeepTheirErrorAndLeaveNothingBehind) {
     EXPECT_EQ(error(variant(UA_TYPES_RANGE, guids, 2)),
               "2,6,UnknownDataType " + std::to_string(UA_TYPES_RANGE));
     EXPECT_EQ(error(variant(11, texts, 2)).substr(0, 4), "2,5,");
-    EXPECT_EQ(hex(list), hex(items(1)));
+    EXPECT_EQ(hex(list), hex(listOf(1)));
 }
 
 /// A list that runs out of memory when it must grow beyond `limit` bytes.

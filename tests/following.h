@@ -4,10 +4,10 @@
 #include <initializer_list>
 #include <string>
 
-#include "demo_server/plant_nodes.h"
 #include "output_lines.h"
-#include "support/host.h"
-#include "support/wait_until.h"
+#include "testbed/host.h"
+#include "testbed/nodes.h"
+#include "testbed/wait_until.h"
 
 namespace nimb::test {
 
@@ -22,17 +22,6 @@ struct Parameters {
     long itemQueueSize = 100;
     long maxQueueSize = 0;
 };
-
-/// A node specification list as hosts write it.
-inline VeltoList specification(std::initializer_list<plant::NodeAddress> nodes) {
-    VeltoList properties = listOf(VeltoNull());
-    for (const plant::NodeAddress& node : nodes) {
-        const std::string name =
-            node.text.empty() ? std::to_string(node.numeric) : std::string(node.text);
-        properties += listOf(VeltoNull(), VeltoNull(), int{plant::namespaceIndex}, name, 13);
-    }
-    return listOf(VeltoNull(), VeltoNull(), properties);
-}
 
 /// Positions in the statistics of a poll: queue length and losses before the event loop, behind it
 /// and behind the taking of lines.

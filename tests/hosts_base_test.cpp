@@ -6,10 +6,10 @@
 #include "base/prepared_read.h"
 #include "base/text.h"
 #include "base/write.h"
-#include "support/fault_proxy.h"
-#include "support/server_process.h"
-#include "support/test_server.h"
-#include "support/wait_until.h"
+#include "testbed/fault_proxy.h"
+#include "testbed/server_process.h"
+#include "testbed/test_server.h"
+#include "testbed/wait_until.h"
 
 namespace nimb::host {
 namespace {

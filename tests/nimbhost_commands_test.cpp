@@ -11,11 +11,11 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "support/certificates.h"
-#include "support/server_process.h"
-#include "support/temp_dir.h"
-#include "support/test_server.h"
-#include "support/wait_until.h"
+#include "testbed/certificates.h"
+#include "testbed/server_process.h"
+#include "testbed/temp_dir.h"
+#include "testbed/test_server.h"
+#include "testbed/wait_until.h"
 
 namespace nimb::test {
 namespace {

@@ -3,7 +3,7 @@
 #include <malloc.h>
 
 #include "reading_plant.h"
-#include "support/server_process.h"
+#include "testbed/server_process.h"
 
 namespace nimb::test {
 namespace {
@@ -20,12 +20,7 @@ Nodes points(std::uint32_t count) {
 }
 
 Result setUp(Host& host, long client, const Nodes& nodes) {
-    VeltoList properties = listOf("");
-    for (const NodeAddress& node : nodes) {
-        properties +=
-            property(node.text.empty() ? std::to_string(node.numeric) : std::string(node.text));
-    }
-    return host.call("zfReadBulkSetupC", client, listOf("", "", properties));
+    return host.call("zfReadBulkSetupC", client, specification(nodes));
 }
 
 std::string unknownQuery(int kind, const std::string& tag, int handle) {
@@ -67,43 +62,6 @@ TEST_F(BulkTest, NumbersQueryHandlesPerClientAndNeverAgain) {
     EXPECT_EQ(setUpByLists(bareClient()).text(), "0, 1");
 }
 
-TEST_F(BulkTest, ChecksSetUpInOrder) {
-    const auto setUp = [](auto... arguments) {
-        return host_->call("zfReadBulkSetup", arguments...).text();
-    };
-    const VeltoList one = listOf(0);
-    const VeltoList two = listOf(0, 0);
-    EXPECT_EQ(setUp(noClient, one, one, one), unknownError("[B10]"));
-    EXPECT_EQ(setUp(noClient, two, one, two, two), inconsistentLists);
-    EXPECT_EQ(setUp(noClient, two, two, one, two), inconsistentLists);
-    EXPECT_EQ(setUp(noClient, two, two, two, one), inconsistentLists);
-    EXPECT_EQ(setUp(noClient, listOf(0, 5), two, two, two), applicationError(4, "idx = 1"));
-    EXPECT_EQ(setUp(noClient, two, two, two, listOf(0, "\x02\x03")), badHandle);
-    EXPECT_EQ(setUp(noClient, one, one, one, "\x02\x03"), unknownError("[B10]"))
-        << "an attribute id that cannot be read";
-    EXPECT_EQ(setUp(noClient, two, two, two, two), badHandle);
-    EXPECT_EQ(host_->call("zfReadBulkClear", noClient, 1).text(), badHandle);
-    EXPECT_EQ(host_->call("zfReadBulkClear", client_).text(), unknownError("[B15]"));
-}
-
-TEST_F(BulkTest, ChecksPollsInOrder) {
-    const std::string tags[] = {"[B12]", "[B13]", "[B14]"};
-    const std::string unknown[] = {unknownQuery(5, "", 99), unknownQuery(2, "", 99),
-                                   unknownQuery(5, " [rbp-c]", 99)};
-    const long reset = host_->connectedClient(server_->url());
-    requireReset(reset);
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(host_->call(polls[i], noClient, 99, 0, 3).text(), badHandle);
-        EXPECT_EQ(host_->call(polls[i], client_).text(), unknownError(tags[i]));
-        EXPECT_EQ(host_->call(polls[i], bareClient(), 99, 0, 0).text(), uninitialized);
-        EXPECT_EQ(host_->call(polls[i], reset, 99, 0, 0).text(), resetRequired);
-        EXPECT_EQ(host_->call(polls[i], client_, 99, 0, 0).text(), unknown[i]);
-    }
-    EXPECT_EQ(host_->call("zfReadBulkPollC", bareClient(), 99, 0, 3).text(),
-              applicationError(9, "Invalid datetime format option (opt=3)"));
-    EXPECT_EQ(host_->call("zfReadBulkPollC", client_, 99, 0, -1).text(), unknown[2]);
-}
-
 /// A node's value as each poll shows it: behind the status, alone, and behind the status.
 struct Shown {
     NodeAddress node;
@@ -113,7 +71,7 @@ struct Shown {
 const std::vector<Shown>& mixedNodes() {
     namespace t = plant::type;
     static const std::vector<Shown> nodes{
-        {plant::tank1Level, "f42.5", "f42.5", "f42.5"},
+        {plant::tank1Level, "f:42.5", "f:42.5", "f:42.5"},
         {plant::pump1Running, "1", "1", "1"},
         {plant::pump1Starts, "7", "7", "7"},
         {plant::scalarOf(t::qualifiedName), "\"Füllstand\", 2", "\"Füllstand\", 2",
@@ -121,7 +79,7 @@ const std::vector<Shown>& mixedNodes() {
         {plant::scalarOf(t::localizedText), "\"Behälter leer\", \"de\"",
          "\"Behälter leer\", \"de\"", "\"Behälter leer\", \"de\""},
         {plant::sixNumbers, "null", "null", "[1, 2, 3, 4, 5, 6], 1"},
-        {plant::oneNumber, "null", "null", "f2.5"},
+        {plant::oneNumber, "null", "null", "f:2.5"},
         {plant::matrix2x3, "null", "null", "[[1, 2, 3], [4, 5, 6]], 2"},
         {plant::cube2x2x2, "null", "null", "[[[1, 2], [3, 4]], [[5, 6], [7, 8]]], 3"},
         {plant::arrayOf(t::qualifiedName), "null", "null",
@@ -146,7 +104,7 @@ TEST_F(BulkTest, LaysOutNodesByPoll) {
         for (std::size_t i = 0; i < count; ++i) {
             // Mixed types at the head, measuring points behind them.
             const bool mixed = i < mixedNodes().size();
-            const std::string value = "f" + std::to_string(i);
+            const std::string value = "f:" + std::to_string(i);
             const Shown& node =
                 mixed ? mixedNodes()[i]
                       : Shown{plant::bulkPoint(static_cast<std::uint32_t>(i)), value, value, value};
@@ -201,14 +159,14 @@ TEST_F(BulkTest, ReadsValuesWhateverAttributeTheListsName) {
     const Result query = host_->call("zfReadBulkSetup", client_, listOf(3, 0), listOf(2, 2),
                                      listOf("Tank1.Level", 1012), listOf(1, 3));
     const Result poll = host_->call("zfReadBulkPollB", client_, query[1].AsLong());
-    EXPECT_EQ(withoutTimes(poll.text()), "0, [f42.5, T], [1450, T]");
+    EXPECT_EQ(withoutTimes(poll.text()), "0, [f:42.5, T], [1450, T]");
 }
 
 TEST_F(BulkTest, GivesTextInTheStringModeOfThePoll) {
     const Result query = setUp(*host_, client_, {plant::scalarOf(plant::type::qualifiedName)});
     setStringMode(1);
     const Result poll = host_->call("zfReadBulkPollB", client_, query[1].AsLong());
-    EXPECT_EQ(withoutTimes(poll.text()), "0, [u\"F\\00FCllstand\", 2, T]");
+    EXPECT_EQ(withoutTimes(poll.text()), "0, [u\"Füllstand\", 2, T]");
 }
 
 TEST_F(BulkTest, PreparedReadsOutliveSessions) {
@@ -219,7 +177,7 @@ TEST_F(BulkTest, PreparedReadsOutliveSessions) {
     const auto poll = [&](const char* entry) {
         return withoutTimes(host_->call(entry, client, query[1].AsLong(), 0, 0).text());
     };
-    const std::string values = "0, [f42.5, T], [1450, T]";
+    const std::string values = "0, [f:42.5, T], [1450, T]";
     EXPECT_EQ(poll("zfReadBulkPollB"), values);
     host_->call("zfDisconnectB", client);
     const std::string failed = "Error encountered during execution of read request";
@@ -241,8 +199,8 @@ TEST_F(BulkTest, PreparedReadsEndWithTheSetUpThatIsRequiredOnly) {
         host_->call("zfConnectB", client, server_->url());
         return withoutTimes(host_->call("zfReadBulkPollB", client, query).text());
     };
-    EXPECT_EQ(poll(), "0, [f42.5, T]") << "prepared before the first set-up";
-    EXPECT_EQ(poll(), "0, [f42.5, T]");
+    EXPECT_EQ(poll(), "0, [f:42.5, T]") << "prepared before the first set-up";
+    EXPECT_EQ(poll(), "0, [f:42.5, T]");
     requireReset(client);
     EXPECT_EQ(poll(), unknownQuery(2, "", static_cast<int>(query)));
     host_->call("zfDestroyClientB", client);

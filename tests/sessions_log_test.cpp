@@ -8,9 +8,9 @@
 #include <algorithm>
 
 #include "sessions_support.h"
-#include "support/certificates.h"
-#include "support/loopback_socket.h"
-#include "support/server_process.h"
+#include "testbed/certificates.h"
+#include "testbed/loopback_socket.h"
+#include "testbed/server_process.h"
 
 namespace nimb::test {
 namespace {

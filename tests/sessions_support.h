@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <open62541/types.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,15 +11,14 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "reading_plant.h"
-#include "support/child_process.h"
-#include "support/host.h"
-#include "support/temp_dir.h"
+#include "testbed/child_process.h"
+#include "testbed/host.h"
+#include "testbed/temp_dir.h"
 
 namespace nimb::test {
 
@@ -45,51 +43,6 @@ inline Result setUp(Host& host, long client, const Preparation& s) {
 
 inline long newClientObject(Host& host) { return host.call("zfCreateClientB")[1].AsLong(); }
 
-inline std::string cannotConnect(const std::string& url) {
-    return "Unable to connect to '" + url + "'";
-}
-
-/// A kind 4 failure with what the standard says about its code, and its own text cut at 99 bytes.
-inline std::string refused(unsigned code, const std::string& text = "") {
-    static const std::map<unsigned, std::string> meanings = {
-        {UA_STATUSCODE_BADINTERNALERROR,
-         "An internal error occurred as a result of a programming or configuration error."},
-        {UA_STATUSCODE_BADTIMEOUT, "The operation timed out."},
-        {UA_STATUSCODE_BADSECURITYCHECKSFAILED, "An error occurred verifying security."},
-        {UA_STATUSCODE_BADCERTIFICATETIMEINVALID,
-         "The certificate has expired or is not yet valid."},
-        {UA_STATUSCODE_BADCERTIFICATEURIINVALID,
-         "The URI specified in the ApplicationDescription does not match the URI in the "
-         "certificate."},
-        {UA_STATUSCODE_BADCERTIFICATEUNTRUSTED, "The certificate is not trusted."},
-        {UA_STATUSCODE_BADCERTIFICATEINVALID,
-         "The certificate provided as a parameter is not valid."},
-        {UA_STATUSCODE_BADCERTIFICATEHOSTNAMEINVALID,
-         "The HostName used to connect to a server does not match a HostName in the certificate."},
-        {UA_STATUSCODE_BADCERTIFICATEUSENOTALLOWED,
-         "The certificate may not be used for the requested operation."},
-        {UA_STATUSCODE_BADCERTIFICATEPOLICYCHECKFAILED, ""},
-        {UA_STATUSCODE_BADSECURITYPOLICYREJECTED,
-         "The security policy does not meet the requirements set by the server."},
-        {UA_STATUSCODE_BADCERTIFICATEREVOKED, "The certificate has been revoked."},
-        {UA_STATUSCODE_BADCERTIFICATECHAININCOMPLETE, "The certificate chain is incomplete."},
-        {UA_STATUSCODE_BADUSERACCESSDENIED,
-         "User does not have permission to perform the requested operation."},
-        {UA_STATUSCODE_BADIDENTITYTOKENREJECTED,
-         "The user identity token is valid but the server has rejected it."},
-        {UA_STATUSCODE_BADTCPENDPOINTURLINVALID,
-         "The server does not recognize the QueryString specified."},
-        {UA_STATUSCODE_BADCONNECTIONREJECTED,
-         "Could not establish a network connection to remote server."},
-        {UA_STATUSCODE_BADCONNECTIONCLOSED, "The network connection has been closed."},
-    };
-    char number[16];
-    std::snprintf(number, sizeof number, "0x%X", code);
-    return failure(4, code,
-                   std::string("OPC UA Error ") + number + "  [" + UA_StatusCode_name(code) + "] " +
-                       meanings.at(code) + (text.empty() ? "" : " : " + text.substr(0, 99)));
-}
-
 class Stopwatch {
   public:
     [[nodiscard]] long milliseconds() const {
@@ -105,11 +58,8 @@ class Stopwatch {
 /// A fresh current directory, in which the library may write its log; logging is off at the end.
 class LogFolder {
   public:
-    explicit LogFolder(Host& host) : host_(host) { std::filesystem::current_path(folder_.path()); }
-    ~LogFolder() {
-        host_.call("zfSetLogFile", "");
-        std::filesystem::current_path(before_);
-    }
+    explicit LogFolder(Host& host) : host_(host) {}
+    ~LogFolder() { host_.call("zfSetLogFile", ""); }
     LogFolder(const LogFolder&) = delete;
     LogFolder& operator=(const LogFolder&) = delete;
 
@@ -133,8 +83,7 @@ class LogFolder {
 
   private:
     Host& host_;
-    std::filesystem::path before_ = std::filesystem::current_path();
-    TempDir folder_;
+    WorkingDir folder_;
     int part_ = 0;
 };
 

@@ -7,12 +7,12 @@
 #include <fstream>
 #include <sstream>
 
-#include "support/child_process.h"
-#include "support/fault_proxy.h"
-#include "support/server_process.h"
-#include "support/temp_dir.h"
-#include "support/test_server.h"
-#include "support/wait_until.h"
+#include "testbed/child_process.h"
+#include "testbed/fault_proxy.h"
+#include "testbed/server_process.h"
+#include "testbed/temp_dir.h"
+#include "testbed/test_server.h"
+#include "testbed/wait_until.h"
 
 namespace nimb::test {
 namespace {

@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <vector>
 
 #include "following.h"
-#include "support/server_process.h"
+#include "testbed/server_process.h"
 
 namespace nimb::test {
 namespace {
@@ -23,15 +24,12 @@ std::chrono::seconds duration() {
 class LoadedFollower {
   public:
     explicit LoadedFollower(long maxQueueSize) {
-        VeltoList properties = listOf(VeltoNull());
-        for (std::uint32_t i = 0; i < points; ++i) {
-            properties += listOf(VeltoNull(), VeltoNull(), int{plant::namespaceIndex},
-                                 std::to_string(plant::bulkPoint(i).numeric), 13);
-        }
+        std::vector<plant::NodeAddress> nodes;
+        for (std::uint32_t i = 0; i < points; ++i) nodes.push_back(plant::bulkPoint(i));
         Parameters p;
         p.publishingInterval = 25;
         p.maxQueueSize = maxQueueSize;
-        const Result created = follower_.create(listOf(VeltoNull(), VeltoNull(), properties), p);
+        const Result created = follower_.create(specification(nodes), p);
         EXPECT_TRUE(created.ok()) << created.text();
         id_ = created[1].AsLong();
     }
@@ -109,12 +107,16 @@ TEST(SubscriptionLoad, AnUnboundedQueueLosesNothing) {
 }
 
 TEST(SubscriptionLoad, ABoundedQueueCountsEveryLoss) {
-    LoadedFollower follower(300);
-    bool polled = true;
-    // What arrives before the first values are shown cannot be told from what was never there.
-    while (polled && !follower.allChanged()) {
-        polled = follower.poll(1);
+    // What arrives before the first values are shown cannot be told from what was never there; on a
+    // busy machine some of it may be lost, and the account begins anew.
+    std::optional<LoadedFollower> loaded;
+    bool polled = false;
+    for (int tries = 0; tries < 10 && (!polled || loaded->lost > 0); ++tries) {
+        polled = true;
+        loaded.emplace(300);
+        while (polled && !loaded->allChanged()) polled = loaded->poll(1);
     }
+    LoadedFollower& follower = *loaded;
     ASSERT_EQ(follower.lost, 0);
     const auto end = std::chrono::steady_clock::now() + duration();
     while (polled && std::chrono::steady_clock::now() < end) {

@@ -20,10 +20,10 @@
 
 #include "following.h"
 #include "sessions_support.h"
-#include "support/fault_proxy.h"
-#include "support/host.h"
-#include "support/server_process.h"
-#include "support/test_server.h"
+#include "testbed/fault_proxy.h"
+#include "testbed/host.h"
+#include "testbed/server_process.h"
+#include "testbed/test_server.h"
 
 namespace {
 

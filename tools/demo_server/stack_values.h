@@ -1,52 +1,19 @@
 #pragma once
 
-#include <open62541/types.h>
-#include <open62541/types_generated.h>
-
 #include <initializer_list>
 #include <new>
 #include <span>
 #include <string_view>
-#include <utility>
+
+#include "convert/owned.h"
 
 namespace nimb::plant {
 
-/// Move-only owner of one stack value: zeroed at birth, cleared at death.
-/// `TypeIndex` is the value's place in `UA_TYPES`; several of its types share one C type.
-template <typename T, std::size_t TypeIndex>
-class Owned {
-  public:
-    Owned() noexcept { UA_init(&value_, type()); }
-    ~Owned() { UA_clear(&value_, type()); }
-    Owned(Owned&& other) noexcept : value_(other.release()) {}
-    Owned& operator=(Owned&& other) noexcept {
-        std::swap(value_, other.value_);
-        return *this;
-    }
-    Owned(const Owned&) = delete;
-    Owned& operator=(const Owned&) = delete;
-
-    static const UA_DataType* type() noexcept { return &UA_TYPES[TypeIndex]; }
-
-    T* operator->() noexcept { return &value_; }
-    const T* operator->() const noexcept { return &value_; }
-    T& operator*() noexcept { return value_; }
-    const T& operator*() const noexcept { return value_; }
-
-    /// Gives the contents away; the caller clears them.
-    T release() noexcept {
-        T released = value_;
-        UA_init(&value_, type());
-        return released;
-    }
-
-  private:
-    T value_;
-};
-
-using OwnedVariant = Owned<UA_Variant, UA_TYPES_VARIANT>;
-using OwnedDataValue = Owned<UA_DataValue, UA_TYPES_DATAVALUE>;
-using OwnedNodeId = Owned<UA_NodeId, UA_TYPES_NODEID>;
+// The owner that the library itself uses.
+using nimb::Owned;
+using nimb::OwnedDataValue;
+using nimb::OwnedNodeId;
+using nimb::OwnedVariant;
 
 /// The text as a stack string that borrows it: never clear it, nor keep it longer than the text.
 inline UA_String borrowed(std::string_view text) noexcept {

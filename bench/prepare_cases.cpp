@@ -37,6 +37,11 @@ class HandReader {
         for (std::size_t i = bytes.size(); i-- > 0;) value = value << 8 | bytes[i];
         return value;
     }
+    std::size_t count() const {
+        std::size_t items = 0;
+        for (HandReader walk(rest_); !walk.atEnd(); walk.skip()) ++items;
+        return items;
+    }
     void skip() {
         const ItemHeader header = ItemHeader::read(rest_.data());
         rest_ = rest_.subspan(std::min(header.itemSize(), rest_.size()));
@@ -67,8 +72,8 @@ void buildFromLists(const VeltoROList& bytes) {
     HandReader identifiers(all.next(item_code::kBytes));
     HandReader attributes(all.next(item_code::kBytes));
     plant::Owned<UA_ReadRequest, UA_TYPES_READREQUEST> request;
-    allocate(*request, nodeCount);
-    for (std::uint32_t i = 0; i < nodeCount; ++i) {
+    allocate(*request, types.count());
+    for (std::size_t i = 0; i < request->nodesToReadSize; ++i) {
         if (types.integer() != UA_NODEIDTYPE_NUMERIC) throw std::runtime_error("type");
         setNumeric(request->nodesToRead[i], spaces.integer(), identifiers.integer(),
                    attributes.integer());
@@ -84,8 +89,8 @@ void buildFromSpecification(const VeltoROList& bytes) {
     HandReader properties(container.next(item_code::kBytes));
     properties.skip();
     plant::Owned<UA_ReadRequest, UA_TYPES_READREQUEST> request;
-    allocate(*request, nodeCount);
-    for (std::uint32_t i = 0; i < nodeCount; ++i) {
+    allocate(*request, properties.count());
+    for (std::size_t i = 0; i < request->nodesToReadSize; ++i) {
         HandReader property(properties.next(item_code::kBytes));
         property.skip();
         property.skip();

@@ -59,12 +59,16 @@ std::string ratioRow(const Row& row) {
     const Outcome& o = row.outcome;
     const std::string control =
         line(o.controlHolds() ? "%.3f (%d)" : "**%.3f** (%d)", o.controlRatio, o.attempts);
-    return line("| %s | %.2f | %s | %.3f | %s | %.2f | %.2f |\n", row.subject.name.c_str(),
-                row.subject.target, figure(3, o.cpuRatio, row.subject.target).c_str(), o.wallRatio,
-                control.c_str(), o.rawCpu / 1000, o.adapterCpu / 1000);
+    return line("| %s | %.2f | %s | %.3f | %.3f | %s | %.2f | %.2f |\n", row.subject.name.c_str(),
+                row.subject.target, figure(3, o.cpuRatio, row.subject.target).c_str(), row.spread,
+                o.wallRatio, control.c_str(), o.rawCpu / 1000, o.adapterCpu / 1000);
 }
 
 }  // namespace
+
+double figureOf(const Case& subject, const Outcome& outcome) {
+    return subject.unit == Unit::ratio ? outcome.cpuRatio : outcome.adapterCpu;
+}
 
 std::string line(const char* format, ...) {
     char text[512];
@@ -77,16 +81,16 @@ std::string line(const char* format, ...) {
 
 std::string tables(const std::vector<Row>& rows) {
     std::string ratios =
-        "| Case | Target | CPU ratio | wall ratio | control (attempts) | raw CPU, µs | "
-        "adapter CPU, µs |\n|---|---|---|---|---|---|---|\n";
-    std::string times = "| Entry | Target, ns | CPU, ns |\n|---|---|---|\n";
+        "| Case | Target | CPU ratio | spread | wall ratio | control (attempts) | raw CPU, µs | "
+        "adapter CPU, µs |\n|---|---|---|---|---|---|---|---|\n";
+    std::string times = "| Entry | Target, ns | CPU, ns | spread |\n|---|---|---|---|\n";
     for (const Row& row : rows) {
         if (row.subject.unit == Unit::ratio) {
             ratios += ratioRow(row);
         } else {
             const double target = row.subject.target;
-            times += line("| %s | %.0f | %s |\n", row.subject.name.c_str(), target,
-                          figure(1, row.outcome.adapterCpu, target).c_str());
+            times += line("| %s | %.0f | %s | %.1f |\n", row.subject.name.c_str(), target,
+                          figure(1, row.outcome.adapterCpu, target).c_str(), row.spread);
         }
     }
     return ratios + "\n" + times;

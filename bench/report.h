@@ -10,7 +10,11 @@ namespace nimb::bench {
 struct Row {
     Case subject;
     Outcome outcome;
+    double spread;  ///< of the runs of which the outcome is the middle one, in the case's unit
 };
+
+/// What a case is judged by: its ratio, or its time in nanoseconds.
+double figureOf(const Case& subject, const Outcome& outcome);
 
 /// The rows as two Markdown tables, ratios and times.
 std::string tables(const std::vector<Row>& rows);

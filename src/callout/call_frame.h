@@ -1,8 +1,8 @@
 #pragma once
 
 #include "callout/arguments.h"
+#include "callout/cancellation.h"
 #include "callout/result_writer.h"
-#include "callout/waiting_call.h"
 #include "errors/uac_err.h"
 #include "list/velto_list.h"
 
@@ -12,17 +12,30 @@ namespace nimb {
 /// @throws std::bad_alloc
 VeltoList& emptyResults();
 
+/// Kind 7, code 10 with a handler's tag for its text.
+inline UACErr taggedError(const char* tag) {
+    UACErr error(UACERR_UNKNOWN, UACErr::kGeneralCode);
+    error.text = tag;
+    return error;
+}
+
 /// The frame around every handler: views the input, runs the operation, turns whatever it raises
-/// into an error and writes the result once. Nothing escapes.
-/// @param tag        the text of the error for anything raised that is not a UACErr
+/// into an error and writes the result once. Nothing escapes. What hosts get wrong often, too few
+/// arguments or a bad handle, is answered without an exception.
+/// @param tag        the text of the error for too few arguments and for anything raised that is
+///                   not a UACErr
+/// @param needed     arguments without which the operation is not run
 /// @param operation  called with the arguments and the empty result list; returns the call's error
 template <typename Operation>
-void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
+void callFrame(HostBytes* out, const HostBytes* in, const char* tag, std::size_t needed,
                Operation&& operation) noexcept {
     try {
         VeltoList& results = emptyResults();
-        const UACErr error = errorOf([&] { return operation(Arguments(in), results); },
-                                     [tag] { return UACErr::unknown("%s", tag); });
+        const auto otherwise = [tag] { return taggedError(tag); };
+        const Arguments arguments(in);
+        const UACErr error = arguments.holds(needed)
+                                 ? errorOf([&] { return operation(arguments, results); }, otherwise)
+                                 : otherwise();
         UAC_MakeReturnValue(error, results, out, false);
     } catch (...) {
         writeFailureWithoutMemory(out, tag);
@@ -30,13 +43,27 @@ void callFrame(HostBytes* out, const HostBytes* in, const char* tag,
 }
 
 /// The frame around a handler that talks to a server or writes to the log: the thread is not
-/// cancelled during the call, and no standard stream's number goes to a socket. The other handlers
-/// open nothing and do nothing at which a thread is cancelled, and are too short to pay for it.
+/// cancelled during the call. The other handlers do nothing at which a thread is cancelled.
 template <typename Operation>
-void waitingFrame(HostBytes* out, const HostBytes* in, const char* tag, Operation&& operation) {
+void waitingFrame(HostBytes* out, const HostBytes* in, const char* tag, std::size_t needed,
+                  Operation&& operation) {
     const CancellationPutOff duringTheCall;
-    const ClosedStreamsTaken meanwhile;
-    callFrame(out, in, tag, operation);
+    callFrame(out, in, tag, needed, operation);
+}
+
+/// The same around an operation of the client whose handle is argument 0. The handle is looked at
+/// before the other arguments.
+/// @param operation  called with the client, the arguments and the empty result list
+template <typename Operation>
+void clientFrame(HostBytes* out, const HostBytes* in, const char* tag, std::size_t needed,
+                 Operation&& operation) {
+    waitingFrame(out, in, tag, 1, [&](const Arguments& arguments, VeltoList& results) -> UACErr {
+        OpcuaClient* client = clientOf(arguments.handle());
+        if (client == nullptr) {
+            return badHandle();
+        }
+        return arguments.holds(needed) ? operation(*client, arguments, results) : taggedError(tag);
+    });
 }
 
 }  // namespace nimb

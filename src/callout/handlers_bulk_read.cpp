@@ -1,3 +1,4 @@
+#include <utility>
 #include <vector>
 
 #include "callout/call_frame.h"
@@ -13,17 +14,16 @@ namespace {
 // Every attribute id is read, so each must be readable, but reads of the Value attribute are
 // prepared, whatever was given: Compatibility C19.
 std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds) {
-    std::vector<UA_UInt32> result(attributeIds.size(), UA_ATTRIBUTEID_VALUE);
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        static_cast<void>(attributeIds.at(i).AsLong());
+    for (const VeltoListItem attribute : attributeIds) {
+        static_cast<void>(attribute.AsLong());
     }
-    return result;
+    return std::vector<UA_UInt32>(attributeIds.size(), UA_ATTRIBUTEID_VALUE);
 }
 
 }  // namespace
 
 void OpcuaStatic::readBulkSetup(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B10]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B10]", 5, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const VeltoROList types = arguments[1].AsVeltoROList();
         const VeltoROList namespaces = arguments[2].AsVeltoROList();
@@ -34,28 +34,37 @@ void OpcuaStatic::readBulkSetup(HostBytes* out, const HostBytes* in) {
             attributeIds.size() != count) {
             return inconsistentLists();
         }
-        const NodeIdArray ids = getNodeIds(types, namespaces, identifiers);
+        NodeIdArray ids(count);
+        if (UACErr error = getNodeIds(ids, types, namespaces, identifiers); error.isError()) {
+            return error;
+        }
         const std::vector<UA_UInt32> attributes = valueAttributes(attributeIds);
+        OpcuaClient* client = clientOf(handle);
+        if (client == nullptr) {
+            return badHandle();
+        }
         int queryHandle = 0;
-        UACErr error =
-            Arguments::clientOf(handle).readBulkSetup(&queryHandle, ids, attributes.data());
+        UACErr error = client->readBulkSetup(&queryHandle, std::move(ids), attributes.data());
         results += queryHandle;
         return error;
     });
 }
 
 void OpcuaStatic::readBulkSetupC(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B11]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B11]", 2, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         Specification specification;
         if (UACErr error = specification.set(arguments[1].AsVeltoROList()); error.isError()) {
             return error;
         }
-        OpcuaClient& client = Arguments::clientOf(handle);
+        OpcuaClient* client = clientOf(handle);
+        if (client == nullptr) {
+            return badHandle();
+        }
         int queryHandle = -1;
-        UACErr error = client.readBulkSetup(&queryHandle, specification);
+        UACErr error = client->readBulkSetup(&queryHandle, std::move(specification));
         if (error.isError()) {
-            static_cast<void>(client.readBulkClear(queryHandle));
+            static_cast<void>(client->readBulkClear(queryHandle));
             queryHandle = -1;
         }
         results += queryHandle;
@@ -64,36 +73,40 @@ void OpcuaStatic::readBulkSetupC(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::readBulkPoll(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B12]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
-        return arguments.client().readBulkPoll(&results, arguments[1].AsLong());
-    });
+    clientFrame(out, in, "[B12]", 2,
+                [](OpcuaClient& client, const Arguments& arguments, VeltoList& results) {
+                    return client.readBulkPoll(&results, arguments[1].AsLong());
+                });
 }
 
 void OpcuaStatic::readBulkPollB(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B13]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
-        return arguments.client().readBulkPollB(&results, arguments[1].AsLong());
-    });
+    clientFrame(out, in, "[B13]", 2,
+                [](OpcuaClient& client, const Arguments& arguments, VeltoList& results) {
+                    return client.readBulkPollB(&results, arguments[1].AsLong());
+                });
 }
 
 void OpcuaStatic::readBulkPollC(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B14]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
-        constexpr long lastDateOption = 2;
-        OpcuaClient& client = arguments.client();
-        const long queryHandle = arguments[1].AsLong();
-        const bool valueRequired = arguments[2].AsLong() == 1;
-        // Dates are ODBC text all the same: Compatibility C28.
-        if (const long option = arguments[3].AsLong(); option > lastDateOption) {
-            return {UACERR_APPLICATION, APPERR_OTHER, "Invalid datetime format option (opt=%d)",
-                    static_cast<int>(option)};
-        }
-        return client.readBulkPollC(&results, queryHandle, valueRequired);
-    });
+    clientFrame(out, in, "[B14]", 4,
+                [](OpcuaClient& client, const Arguments& arguments, VeltoList& results) -> UACErr {
+                    constexpr long lastDateOption = 2;
+                    const long queryHandle = arguments[1].AsLong();
+                    const bool valueRequired = arguments[2].AsLong() == 1;
+                    // Dates are ODBC text all the same: Compatibility C28.
+                    if (const long option = arguments[3].AsLong(); option > lastDateOption) {
+                        return {UACERR_APPLICATION, APPERR_OTHER,
+                                "Invalid datetime format option (opt=%d)",
+                                static_cast<int>(option)};
+                    }
+                    return client.readBulkPollC(&results, queryHandle, valueRequired);
+                });
 }
 
 void OpcuaStatic::readBulkClear(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B15]", [](const Arguments& arguments, VeltoList&) -> UACErr {
-        return arguments.client().readBulkClear(arguments[1].AsLong());
-    });
+    clientFrame(out, in, "[B15]", 2,
+                [](OpcuaClient& client, const Arguments& arguments, VeltoList&) {
+                    return client.readBulkClear(arguments[1].AsLong());
+                });
 }
 
 }  // namespace nimb

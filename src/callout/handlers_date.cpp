@@ -5,7 +5,7 @@
 namespace nimb {
 
 void OpcuaStatic::dtcUA2Horolog(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B19]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    callFrame(out, in, "[B19]", 1, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const UA_DateTime time = arguments[0].AsLongLong();
         UACExport::addAsHorolog(&results, &time, false);
         return {};
@@ -13,7 +13,7 @@ void OpcuaStatic::dtcUA2Horolog(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::dtcHorolog2UA(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B20]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    callFrame(out, in, "[B20]", 1, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         UA_DateTime time = 0;
         UACExport::read(&time, &arguments.list(), 0, false);
         UACExport::addAsUADateTime(&results, &time);
@@ -22,7 +22,7 @@ void OpcuaStatic::dtcHorolog2UA(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::dtcUA2ODBC(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B21]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    callFrame(out, in, "[B21]", 1, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const UA_DateTime time = arguments[0].AsLongLong();
         UACExport::addAsODBCDate(&results, &time, false);
         return {};

@@ -13,14 +13,6 @@ namespace nimb {
 
 namespace {
 
-// The item's text where it lies, or for other than 8-bit text converted into `storage`.
-std::string_view textOf(const VeltoListItem& item, std::string& storage) {
-    if (item.Type() == item_code::kBytes) {
-        return {reinterpret_cast<const char*>(item.data()), item.datalength()};
-    }
-    return storage = item.AsAString();
-}
-
 std::string dotted(int major, int minor, int revision) {
     char text[36];
     std::snprintf(text, sizeof text, "%d.%d.%d", major, minor, revision);
@@ -58,7 +50,7 @@ VeltoList makeVersionItems() {
 
 void OpcuaStatic::returnUnsupported(HostBytes* out) {
     static constexpr HostBytes kNoInput{};
-    callFrame(out, &kNoInput, "", [](const Arguments&, VeltoList&) -> UACErr {
+    callFrame(out, &kNoInput, "", 0, [](const Arguments&, VeltoList&) -> UACErr {
         return {UACERR_APPLICATION, APPERR_OTHER,
                 "Requested operation is not available in the NIMB OPC UA adapter."};
     });
@@ -66,7 +58,7 @@ void OpcuaStatic::returnUnsupported(HostBytes* out) {
 
 void OpcuaStatic::getVersion(HostBytes* out) {
     static constexpr HostBytes kNoInput{};
-    callFrame(out, &kNoInput, "", [](const Arguments&, VeltoList& results) -> UACErr {
+    callFrame(out, &kNoInput, "", 0, [](const Arguments&, VeltoList& results) -> UACErr {
         VeltoList& items = processState().versionItems;
         if (items.empty()) {
             items = makeVersionItems();
@@ -77,16 +69,16 @@ void OpcuaStatic::getVersion(HostBytes* out) {
 }
 
 void OpcuaStatic::setLogFile(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B25]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    callFrame(out, in, "[B25]", 1, [](const Arguments& arguments, VeltoList&) -> UACErr {
         UAC_SetLogFileName(arguments[0].AsAString());
         return {};
     });
 }
 
 void OpcuaStatic::getUStr(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B9]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    callFrame(out, in, "[B9]", 2, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         std::string converted;
-        const std::string_view escaped = textOf(arguments[0], converted);
+        const std::string_view escaped = arguments[0].AsAText(converted);
         static_cast<void>(arguments[1].AsLong());
         if (escaped.find('\\') == std::string_view::npos) {
             results.appendAChars(escaped.data(), escaped.size());

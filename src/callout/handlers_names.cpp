@@ -15,7 +15,7 @@ void appendName(VeltoList& results, const char* name) {
 
 // Four of the five look-ups answer nothing but the name of a number.
 void answerName(HostBytes* out, const HostBytes* in, const char* tag, const char* (*nameOf)(long)) {
-    callFrame(out, in, tag, [nameOf](const Arguments& arguments, VeltoList& results) -> UACErr {
+    callFrame(out, in, tag, 1, [nameOf](const Arguments& arguments, VeltoList& results) -> UACErr {
         appendName(results, nameOf(arguments[0].AsLong()));
         return {};
     });
@@ -24,7 +24,7 @@ void answerName(HostBytes* out, const HostBytes* in, const char* tag, const char
 }  // namespace
 
 void OpcuaStatic::getStatusCodeNameB(HostBytes* out, const HostBytes* in) {
-    callFrame(out, in, "[B1]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    callFrame(out, in, "[B1]", 1, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long long code = arguments[0].AsLongLong();
         appendName(results, OpcuaClient::getStatusCodeName(static_cast<unsigned int>(code)));
         results += code;

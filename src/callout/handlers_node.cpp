@@ -32,43 +32,51 @@ UACErr writeItem(OpcuaClient& client, const VeltoListItem& item, long type, cons
     }
 }
 
-void decodeNodeId(UA_NodeId* id, const VeltoROList& arguments, std::size_t typeItem) {
-    if (!OpcuaStatic::getNodeId(id, &arguments, typeItem, &arguments, typeItem - 1, &arguments,
-                                typeItem - 2)) {
-        throw UACErr(UACERR_APPLICATION, APPERR_BAD_NODE_ID, "NodeId error");
+UACErr decodeNodeId(UA_NodeId* id, const Arguments& arguments, std::size_t typeItem) {
+    const VeltoROList& list = arguments.list();
+    if (arguments.holds(typeItem + 1) &&
+        OpcuaStatic::getNodeId(id, &list, typeItem, &list, typeItem - 1, &list, typeItem - 2)) {
+        return {};
     }
+    return {UACERR_APPLICATION, APPERR_BAD_NODE_ID, "NodeId error"};
 }
 
 }  // namespace
 
 void OpcuaStatic::readAttribute(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B22]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
-        OpcuaClient& client = arguments.client();
-        OwnedNodeId id;
-        decodeNodeId(id.get(), arguments.list(), 3);
-        if (arguments[4].AsLong() != UA_ATTRIBUTEID_VALUE) {
-            return {UACERR_APPLICATION, APPERR_OTHER, "Query of selected attribute is unsupported"};
-        }
-        return client.readValueAttribute(&results, *id);
-    });
+    clientFrame(out, in, "[B22]", 1,
+                [](OpcuaClient& client, const Arguments& arguments, VeltoList& results) -> UACErr {
+                    OwnedNodeId id;
+                    if (UACErr error = decodeNodeId(id.get(), arguments, 3); error.isError()) {
+                        return error;
+                    }
+                    if (arguments[4].AsLong() != UA_ATTRIBUTEID_VALUE) {
+                        return {UACERR_APPLICATION, APPERR_OTHER,
+                                "Query of selected attribute is unsupported"};
+                    }
+                    return client.readValueAttribute(&results, *id);
+                });
 }
 
 void OpcuaStatic::writeAttribute(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B23]", [](const Arguments& arguments, VeltoList&) -> UACErr {
-        OpcuaClient& client = arguments.client();
-        const long type = arguments[2].AsLong();
-        OwnedNodeId id;
-        decodeNodeId(id.get(), arguments.list(), 5);
-        if (arguments[6].AsLong() != UA_ATTRIBUTEID_VALUE) {
-            return {UACERR_APPLICATION, APPERR_OTHER, "Write of selected attribute is unsupported"};
-        }
-        return writeItem(client, arguments[1], type, *id);
-    });
+    clientFrame(out, in, "[B23]", 3,
+                [](OpcuaClient& client, const Arguments& arguments, VeltoList&) -> UACErr {
+                    const long type = arguments[2].AsLong();
+                    OwnedNodeId id;
+                    if (UACErr error = decodeNodeId(id.get(), arguments, 5); error.isError()) {
+                        return error;
+                    }
+                    if (arguments[6].AsLong() != UA_ATTRIBUTEID_VALUE) {
+                        return {UACERR_APPLICATION, APPERR_OTHER,
+                                "Write of selected attribute is unsupported"};
+                    }
+                    return writeItem(client, arguments[1], type, *id);
+                });
 }
 
 // The lists come as type, namespace, identifier: Compatibility C16.
 void OpcuaStatic::browse(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B24]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B24]", 4, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const VeltoROList types = arguments[1].AsVeltoROList();
         const VeltoROList namespaces = arguments[2].AsVeltoROList();
@@ -76,8 +84,12 @@ void OpcuaStatic::browse(HostBytes* out, const HostBytes* in) {
         if (identifiers.size() != types.size() || namespaces.size() != types.size()) {
             return inconsistentLists();
         }
-        const NodeIdArray ids = getNodeIds(types, namespaces, identifiers);
-        return Arguments::clientOf(handle).browse(&results, ids);
+        NodeIdArray ids(types.size());
+        if (UACErr error = getNodeIds(ids, types, namespaces, identifiers); error.isError()) {
+            return error;
+        }
+        OpcuaClient* client = clientOf(handle);
+        return client == nullptr ? badHandle() : client->browse(&results, ids);
     });
 }
 

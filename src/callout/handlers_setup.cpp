@@ -77,17 +77,20 @@ UACErr setUp(OpcuaClient& client, const SetupArguments& arguments) {
 }  // namespace
 
 void OpcuaStatic::setupC(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B6.1]", [](const Arguments& input, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B6.1]", 9, [](const Arguments& input, VeltoList&) -> UACErr {
         const SetupArguments arguments(input);
         // For the whole process, so it takes effect whatever becomes of this client.
         UAC_unicode_usage = static_cast<int>(arguments.stringMode);
-        OpcuaClient& client = Arguments::clientOf(arguments.handle);
-        if (client.resetRequired()) {
-            static_cast<void>(client.clear());
+        OpcuaClient* client = clientOf(arguments.handle);
+        if (client == nullptr) {
+            return badHandle();
         }
-        client.setResetRequired(true);  // stays so if anything is raised
-        UACErr error = setUp(client, arguments);
-        client.setResetRequired(error.isError());
+        if (client->resetRequired()) {
+            static_cast<void>(client->clear());
+        }
+        client->setResetRequired(true);  // stays so if anything is raised
+        UACErr error = setUp(*client, arguments);
+        client->setResetRequired(error.isError());
         return error;
     });
 }

@@ -33,7 +33,7 @@ void appendRevised(VeltoList& results, unsigned int id, const SubscriptionReques
 }  // namespace
 
 void OpcuaStatic::createSubscriptionB(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B16]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B16]", 9, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const VeltoROList nodes = arguments[1].AsVeltoROList();
         SubscriptionRequest request = requestOf(arguments);
@@ -41,9 +41,12 @@ void OpcuaStatic::createSubscriptionB(HostBytes* out, const HostBytes* in) {
         if (UACErr error = specification.set(nodes); error.isError()) {
             return error;
         }
-        OpcuaClient& client = Arguments::clientOf(handle);
+        OpcuaClient* client = clientOf(handle);
+        if (client == nullptr) {
+            return badHandle();
+        }
         unsigned int id = 0;
-        UACErr error = client.createSubscription(&id, specification.nodeIds(), request);
+        UACErr error = client->createSubscription(&id, specification.nodeIds(), request);
         if (!error.isError()) {
             appendRevised(results, id, request);
         }
@@ -52,26 +55,30 @@ void OpcuaStatic::createSubscriptionB(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::pollSubscription(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B17]", [](const Arguments& arguments, VeltoList& results) -> UACErr {
+    waitingFrame(out, in, "[B17]", 5, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();
         const auto id = static_cast<unsigned int>(arguments[1].AsLongLong());
         const auto timeout = static_cast<unsigned short>(arguments[2].AsLong());
         const auto maxLines = static_cast<int>(arguments[3].AsLong());
         const bool mustExist = arguments[4].AsLong() != 0;
-        OpcuaClient& client = Arguments::clientOf(handle);
-        if (mustExist && client.getSubscription(id) == nullptr) {
-            client.setResetRequired(true);
+        OpcuaClient* client = clientOf(handle);
+        if (client == nullptr) {
+            return badHandle();
+        }
+        if (mustExist && client->getSubscription(id) == nullptr) {
+            client->setResetRequired(true);
             return {UACERR_INCOMPLETE, APPERR_OTHER, "Client reset required [ps]"};
         }
-        return client.pollSubscription(&results, id, timeout, maxLines);
+        return client->pollSubscription(&results, id, timeout, maxLines);
     });
 }
 
 void OpcuaStatic::deleteSubscription(HostBytes* out, const HostBytes* in) {
-    waitingFrame(out, in, "[B18]", [](const Arguments& arguments, VeltoList&) -> UACErr {
+    waitingFrame(out, in, "[B18]", 2, [](const Arguments& arguments, VeltoList&) -> UACErr {
         const long handle = arguments.handle();
         const auto id = static_cast<unsigned int>(arguments[1].AsLongLong());
-        return Arguments::clientOf(handle).deleteSubscription(id);
+        OpcuaClient* client = clientOf(handle);
+        return client == nullptr ? badHandle() : client->deleteSubscription(id);
     });
 }
 

@@ -43,15 +43,14 @@ bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::si
     }
 }
 
-NodeIdArray OpcuaStatic::getNodeIds(const VeltoROList& types, const VeltoROList& namespaces,
-                                    const VeltoROList& identifiers) {
-    NodeIdArray ids(types.size());
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        if (!getNodeId(&ids[i], &types, i, &namespaces, i, &identifiers, i)) {
-            throw UACErr(UACERR_APPLICATION, APPERR_BAD_NODE_ID, "idx = %d", static_cast<int>(i));
+UACErr OpcuaStatic::getNodeIds(NodeIdArray& out, const VeltoROList& types,
+                               const VeltoROList& namespaces, const VeltoROList& identifiers) {
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        if (!getNodeId(&out[i], &types, i, &namespaces, i, &identifiers, i)) {
+            return {UACERR_APPLICATION, APPERR_BAD_NODE_ID, "idx = %d", static_cast<int>(i)};
         }
     }
-    return ids;
+    return {};
 }
 
 }  // namespace nimb

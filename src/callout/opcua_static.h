@@ -84,10 +84,11 @@ class OpcuaStatic {
                           const VeltoROList* nsList, std::size_t nsItem, const VeltoROList* idList,
                           std::size_t idItem);
 
-    /// Decodes one node id from each position of three lists of the same size.
-    /// @throws UACErr  kind 2, code 4, with the 0-based position of the first that is none
-    static NodeIdArray getNodeIds(const VeltoROList& types, const VeltoROList& namespaces,
-                                  const VeltoROList& identifiers);
+    /// Decodes one node id from each position of three lists.
+    /// @param out  as many as each list has items
+    /// @return kind 2, code 4, with the 0-based position of the first that is none
+    static UACErr getNodeIds(NodeIdArray& out, const VeltoROList& types,
+                             const VeltoROList& namespaces, const VeltoROList& identifiers);
 };
 
 /// The answer to node lists of different sizes.

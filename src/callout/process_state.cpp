@@ -6,8 +6,8 @@
 #include <memory>
 #include <utility>
 
+#include "callout/cancellation.h"
 #include "callout/handle_map.h"
-#include "callout/waiting_call.h"
 #include "client/opcua_client.h"
 
 namespace nimb {

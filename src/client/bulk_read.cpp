@@ -48,20 +48,18 @@ void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_Data
 
 }  // namespace
 
-BulkReadReq& OpcuaClient::addBulkRead(int* queryHandle) {
-    auto request = std::make_unique<BulkReadReq>();
+UACErr OpcuaClient::readBulkSetup(int* queryHandle, NodeIdArray ids,
+                                  const UA_UInt32* attributeIds) {
+    auto request = std::make_unique<BulkReadReq>(std::move(ids), attributeIds);
     ++lastQueryHandle_;
     *queryHandle = static_cast<int>(lastQueryHandle_);
-    return *(bulkReads_[lastQueryHandle_] = std::move(request));
+    bulkReads_[lastQueryHandle_] = std::move(request);
+    return {};
 }
 
-UACErr OpcuaClient::readBulkSetup(int* queryHandle, const NodeIdArray& ids,
-                                  const UA_UInt32* attributeIds) {
-    return addBulkRead(queryHandle).setup(ids, attributeIds);
-}
-
-UACErr OpcuaClient::readBulkSetup(int* queryHandle, const Specification& specification) {
-    return readBulkSetup(queryHandle, specification.nodeIds(), specification.attributeIds());
+UACErr OpcuaClient::readBulkSetup(int* queryHandle, Specification specification) {
+    return readBulkSetup(queryHandle, std::move(specification.nodeIds()),
+                         specification.attributeIds());
 }
 
 UACErr OpcuaClient::sendBulkRead(long queryHandle, const BulkReadTexts& texts,

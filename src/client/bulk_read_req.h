@@ -1,19 +1,17 @@
 #pragma once
 
+#include "client/node_id_array.h"
 #include "convert/owned.h"
-#include "errors/uac_err.h"
 
 namespace nimb {
 
-class NodeIdArray;
-
-/// A Read request prepared once and sent at every poll. It owns deep copies of its node ids, so it
-/// outlives what it was built from, disconnects and reconnects.
+/// A Read request prepared once and sent at every poll. It owns its node ids, so it outlives what
+/// it was built from, disconnects and reconnects.
 class BulkReadReq {
   public:
-    /// Builds the request anew; both timestamps are asked for.
+    /// A request of attributes with both timestamps.
     /// @param attributeIds  one for each node
-    UACErr setup(const NodeIdArray& ids, const UA_UInt32* attributeIds);
+    BulkReadReq(NodeIdArray ids, const UA_UInt32* attributeIds);
 
     [[nodiscard]] const UA_ReadRequest& request() const { return *request_; }
 

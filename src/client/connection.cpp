@@ -3,6 +3,7 @@
 #include "client/server_check.h"
 #include "client/stack_call.h"
 #include "client/url_secret.h"
+#include "errors/file_descriptor.h"
 
 namespace nimb {
 
@@ -91,6 +92,7 @@ UACErr OpcuaClient::connectTo(const char* url) {
     }
     UA_StatusCode status = UA_STATUSCODE_GOOD;
     {
+        const ClosedStreamsTaken meanwhile;  // the event loop opens what it waits with
         const auto call = StackCall::request(client_.get());
         status = UA_Client_connect(client_.get(), target.c_str());
     }

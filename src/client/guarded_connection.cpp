@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "errors/file_descriptor.h"
 #include "errors/log_file.h"
 
 namespace nimb {
@@ -94,6 +95,7 @@ UA_StatusCode GuardedConnection::tryAddresses() {
         UA_Variant_setScalar(&pairs[0].value, &request_.port, &UA_TYPES[UA_TYPES_UINT16]);
         UA_Variant_setScalar(&pairs[1].value, &address, &UA_TYPES[UA_TYPES_STRING]);
         const UA_KeyValueMap params{pairs.size(), pairs.data()};
+        const ClosedStreamsTaken meanwhile;
         status = sockets_.openConnection(&sockets_, &params, this, nullptr, onEvent);
     }
     return status;

@@ -1,28 +1,31 @@
 #include "client/node_id_array.h"
 
-#include <open62541/types_generated.h>
-
 #include <new>
 #include <utility>
 
 namespace nimb {
 
 NodeIdArray::NodeIdArray(std::size_t count) : size_(count) {
-    ids_ = static_cast<UA_NodeId*>(UA_Array_new(count, &UA_TYPES[UA_TYPES_NODEID]));
-    if (ids_ == nullptr) {
+    nodes_ = static_cast<UA_ReadValueId*>(UA_Array_new(count, &UA_TYPES[UA_TYPES_READVALUEID]));
+    if (nodes_ == nullptr) {
         throw std::bad_alloc();
     }
 }
 
 NodeIdArray::NodeIdArray(NodeIdArray&& other) noexcept
-    : ids_(std::exchange(other.ids_, nullptr)), size_(std::exchange(other.size_, 0)) {}
+    : nodes_(std::exchange(other.nodes_, nullptr)), size_(std::exchange(other.size_, 0)) {}
 
 NodeIdArray& NodeIdArray::operator=(NodeIdArray&& other) noexcept {
-    std::swap(ids_, other.ids_);
+    std::swap(nodes_, other.nodes_);
     std::swap(size_, other.size_);
     return *this;
 }
 
-NodeIdArray::~NodeIdArray() { UA_Array_delete(ids_, size_, &UA_TYPES[UA_TYPES_NODEID]); }
+NodeIdArray::~NodeIdArray() { UA_Array_delete(nodes_, size_, &UA_TYPES[UA_TYPES_READVALUEID]); }
+
+void NodeIdArray::moveInto(UA_ReadRequest& request) {
+    request.nodesToRead = std::exchange(nodes_, nullptr);
+    request.nodesToReadSize = std::exchange(size_, 0);
+}
 
 }  // namespace nimb

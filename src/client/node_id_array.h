@@ -1,13 +1,13 @@
 #pragma once
 
-#include <open62541/types.h>
+#include <open62541/types_generated.h>
 
 #include <cstddef>
 
 namespace nimb {
 
-/// Owner of a fixed number of node ids and of their string identifiers, side by side in memory as
-/// the stack wants them.
+/// Owner of a fixed number of node ids and of their string identifiers. Each lies where a Read
+/// request wants it, so that a request can take them over as they are.
 class NodeIdArray {
   public:
     NodeIdArray() = default;
@@ -20,11 +20,14 @@ class NodeIdArray {
     ~NodeIdArray();
 
     [[nodiscard]] std::size_t size() const { return size_; }
-    UA_NodeId& operator[](std::size_t i) { return ids_[i]; }
-    const UA_NodeId& operator[](std::size_t i) const { return ids_[i]; }
+    UA_NodeId& operator[](std::size_t i) { return nodes_[i].nodeId; }
+    const UA_NodeId& operator[](std::size_t i) const { return nodes_[i].nodeId; }
+
+    /// Gives the array to the request, in place of one that it must not have; what stays is empty.
+    void moveInto(UA_ReadRequest& request);
 
   private:
-    UA_NodeId* ids_ = nullptr;
+    UA_ReadValueId* nodes_ = nullptr;
     std::size_t size_ = 0;
 };
 

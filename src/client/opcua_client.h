@@ -100,11 +100,10 @@ class OpcuaClient {
     /// They are appended even when a node was refused and the error says so.
     UACErr browse(VeltoList* out, const NodeIdArray& ids);
 
-    /// Keeps a read request of the nodes' attributes under a new query handle. The handle is taken
-    /// even when the request could not be built.
+    /// Keeps a read request of the nodes' attributes under a new query handle.
     /// @param attributeIds  one for each node
-    UACErr readBulkSetup(int* queryHandle, const NodeIdArray& ids, const UA_UInt32* attributeIds);
-    UACErr readBulkSetup(int* queryHandle, const Specification& specification);
+    UACErr readBulkSetup(int* queryHandle, NodeIdArray ids, const UA_UInt32* attributeIds);
+    UACErr readBulkSetup(int* queryHandle, Specification specification);
     /// Re-sends a prepared request; four items a node, straight into `out`.
     UACErr readBulkPoll(VeltoList* out, long queryHandle);
     /// The same with one sublist [value, source timestamp] a node.
@@ -129,6 +128,9 @@ class OpcuaClient {
     UACErr deleteSubscription(unsigned int id);
     /// @return the subscription that waits for the answer to that request, or null
     [[nodiscard]] Subscription* subscriptionAwaiting(std::uint32_t requestId) const;
+
+    /// Counts all that the stack reports of subscriptions, so that a poll sees that something came.
+    void noteReport() { ++reports_; }
 
     /// The stack's client; null before set-up. Owned by this object.
     [[nodiscard]] UA_Client* stackClient() const { return client_.get(); }
@@ -158,8 +160,7 @@ class OpcuaClient {
     void driveFor(Subscription& polled, unsigned short timeout);
     [[nodiscard]] bool driveOnce(std::int64_t timeout);
     bool restoreConnection();
-    /// Reports of all subscriptions together, and the keep-alives that they expect in a second.
-    [[nodiscard]] std::uint64_t subscriptionReports() const;
+    /// Keep-alives that all subscriptions together expect in a second.
     [[nodiscard]] double keepAliveRate() const;
 
     void closeSession();
@@ -188,7 +189,6 @@ class OpcuaClient {
     void releaseContinuationPoints(const UA_BrowseResponse& response,
                                    std::chrono::steady_clock::duration spent);
 
-    BulkReadReq& addBulkRead(int* queryHandle);
     /// The steps that all polls share, up to a response with one result a node.
     UACErr sendBulkRead(long queryHandle, const BulkReadTexts& texts, OwnedReadResponse& response);
 
@@ -200,6 +200,7 @@ class OpcuaClient {
     std::map<long, std::unique_ptr<BulkReadReq>> bulkReads_;
     long lastQueryHandle_ = 0;
     SubscriptionMap subscriptions_;
+    std::uint64_t reports_ = 0;
     PublishPace pace_;
     /// Time of PublishPace of the last attempt to restore the connection within a poll.
     std::int64_t restoredAt_ = std::numeric_limits<std::int64_t>::min() / 2;

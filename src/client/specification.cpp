@@ -1,5 +1,6 @@
 #include "client/specification.h"
 
+#include <array>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -33,6 +34,25 @@ std::optional<VeltoROList> asList(const VeltoListItem& item) {
     VeltoROList list = item.AsVeltoROList();
     static_cast<void>(list.size());
     return list;
+}
+
+/// The items of a property by position, as far as they matter.
+using Fields = std::array<std::optional<VeltoListItem>, kAttributeItem + 1>;
+
+// Nothing when the item is no list, or one whose items do not add up to its length.
+std::optional<Fields> fieldsOf(const VeltoListItem& property) {
+    if (property.Type() != item_code::kBytes) {
+        return std::nullopt;
+    }
+    Fields fields;
+    std::size_t position = 0;
+    for (const VeltoListItem item : property.AsVeltoROList()) {
+        if (position < fields.size()) {
+            fields[position] = item;
+        }
+        ++position;
+    }
+    return fields;
 }
 
 // Runs a reading step; nothing when it raised anything but exhausted memory.
@@ -83,14 +103,14 @@ std::optional<long> wholeNumber(std::string_view text) {
 // A name that is a number names a numeric node. In string modes other than 0 and 1 every other
 // name is the empty one.
 void setNodeName(UA_NodeId& id, long namespaceIndex, const VeltoListItem& name) {
-    OwnedString identifier = hostString(name);
-    const std::optional<long> number = hostTexts() == HostTexts::utf16
-                                           ? wholeNumber(bytesOf(*identifier))
-                                           : wholeNumber(name.AsAString());
+    const bool wide = hostTexts() == HostTexts::utf16;
+    OwnedString identifier = wide ? hostString(name) : OwnedString();
+    std::string storage;
+    const auto number = wholeNumber(wide ? bytesOf(*identifier) : name.AsAText(storage));
     if (number) {
         setNumericNodeId(id, namespaceIndex, *number);
     } else {
-        setStringNodeId(id, namespaceIndex, std::move(identifier));
+        setStringNodeId(id, namespaceIndex, wide ? std::move(identifier) : hostString(name));
     }
 }
 
@@ -111,25 +131,25 @@ UACErr Specification::allocate(std::size_t count) {
 }
 
 UACErr Specification::setProperty(std::size_t n, const VeltoListItem& property) {
-    auto fields = attempt([&] { return asList(property); });
-    if (!fields || !*fields) {
+    const auto read = attempt([&] { return fieldsOf(property); });
+    if (!read || !*read) {
         return malformed(
             "Malformed specification. Unable to access Specification element for property", n);
     }
-    VeltoROList& field = **fields;
-    const auto namespaceIndex = attempt([&] { return field.at(kNamespaceItem).AsLong(); });
+    const Fields& fields = **read;
+    const auto namespaceIndex = attempt([&] { return fields[kNamespaceItem].value().AsLong(); });
     if (!namespaceIndex) {
         return malformed("Unable to read namespace for property", n);
     }
     const auto named = attempt([&] {
-        setNodeName(nodeIds_[n - 1], *namespaceIndex, field.at(kNameItem));
+        setNodeName(nodeIds_[n - 1], *namespaceIndex, fields[kNameItem].value());
         return true;
     });
     if (!named) {
         const char* tag = hostTexts() == HostTexts::utf16 ? " [x]" : " [a]";
         return malformed("Unable to read node name for property", n, tag);
     }
-    const auto attribute = attempt([&] { return field.at(kAttributeItem).AsLong(); });
+    const auto attribute = attempt([&] { return fields[kAttributeItem].value().AsLong(); });
     if (!attribute) {
         return malformed("Unable to read attribute id for property", n);
     }

@@ -23,7 +23,7 @@ class Specification {
     UACErr set(const VeltoROList& container);
 
     [[nodiscard]] std::size_t count() const { return nodeIds_.size(); }
-    [[nodiscard]] const NodeIdArray& nodeIds() const { return nodeIds_; }
+    [[nodiscard]] NodeIdArray& nodeIds() { return nodeIds_; }
     /// One attribute id for each node.
     [[nodiscard]] const UA_UInt32* attributeIds() const { return attributeIds_.data(); }
 

@@ -1,4 +1,7 @@
-#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "convert/ua_export.h"
@@ -8,72 +11,88 @@
 namespace nimb {
 namespace {
 
-constexpr std::size_t kHexDigits = 4;
-constexpr std::size_t kEscapeLength = 2 + kHexDigits;
+constexpr std::ptrdiff_t kHexDigits = 4;
+constexpr std::ptrdiff_t kEscapeLength = 2 + kHexDigits;
+constexpr std::ptrdiff_t kGroup = sizeof(std::uint64_t);
 
-/// Value of a hexadecimal digit; -1 for any other character.
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
+/// Values of the hexadecimal digits by character; -1 for any other character.
+constexpr std::array<std::int8_t, 256> kHexValues = [] {
+    std::array<std::int8_t, 256> values{};
+    values.fill(-1);
+    for (std::int8_t i = 0; i < 16; ++i) {
+        values.at(static_cast<unsigned char>("0123456789abcdef"[i])) = i;
+        values.at(static_cast<unsigned char>("0123456789ABCDEF"[i])) = i;
     }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    return values;
+}();
+
+/// Number of characters at the front of the kGroup at `text` that are no backslash.
+std::size_t plainInGroup(const char* text) {
+    constexpr std::uint64_t ones = 0x0101010101010101;
+    std::uint64_t group;
+    std::memcpy(&group, text, sizeof group);
+    group ^= ones * '\\';
+    const std::uint64_t zeroBytes = (group - ones) & ~group & ones * 0x80;
+    return static_cast<std::size_t>(std::countr_zero(zeroBytes)) / 8;  // of 64 where there is none
 }
 
-/// The UTF-16 unit of the escape at the front; -1 when there is none.
-int unitOfEscape(std::string_view text) {
-    if (text.size() < kEscapeLength || text[1] != 'u') {
+/// The UTF-16 unit of the escape at the front; negative when there is none.
+int unitOfEscape(const char* text, const char* end) {
+    if (end - text < kEscapeLength || text[1] != 'u') {
         return -1;
     }
     int unit = 0;
-    for (const char c : text.substr(2, kHexDigits)) {
-        const int digit = hexValue(c);
-        if (digit < 0) {
-            return -1;
-        }
-        unit = unit << 4 | digit;
+    for (std::ptrdiff_t i = 2; i < kEscapeLength; ++i) {
+        unit = unit << 4 | kHexValues[static_cast<unsigned char>(text[i])];
     }
-    return unit;
+    return unit;  // a digit that is none has made it negative for good
 }
 
-/// Appends one unit converted by itself, so that either half of a surrogate pair is refused.
-void appendUnit(std::string& out, char16_t unit) {
-    const std::u16string_view alone(&unit, 1);
-    const auto bytes = utf8Length(alone);
-    if (!bytes) {
-        throw UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
-                     "Error converting escaped string to UTF-8");
+/// Decodes up to the first escape that is none, in one pass. Returns the end of what it wrote.
+/// @param out  room for as much as the text: decoding only shrinks, and what lies between may be
+///             written over
+char* unescape(std::string_view text, char* out) {
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        if (end - at >= kGroup) {
+            std::memcpy(out, at, kGroup);
+            const std::size_t plain = plainInGroup(at);
+            out += plain;
+            at += plain;
+            if (plain == kGroup) {
+                continue;
+            }
+        } else if (*at != '\\') {
+            *out++ = *at++;
+            continue;
+        }
+        if (end - at >= 2 && at[1] == '\\') {
+            *out++ = '\\';
+            at += 2;
+            continue;
+        }
+        const int unit = unitOfEscape(at, end);
+        if (unit < 0) {
+            break;
+        }
+        // Each unit by itself, so that either half of a surrogate pair is refused.
+        if (isSurrogate(static_cast<char32_t>(unit))) {
+            throw UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
+                         "Error converting escaped string to UTF-8");
+        }
+        out = putUtf8(out, static_cast<char32_t>(unit));
+        at += kEscapeLength;
     }
-    char utf8[3];
-    writeUtf8(alone, utf8);
-    out.append(utf8, *bytes);
+    return out;
 }
 
 }  // namespace
 
 std::string UACExport::Escaped2UTF8(const char* text, unsigned long length) {
-    std::string_view rest(text, length);
-    std::string out;
-    out.reserve(length);  // decoding only shrinks
-    while (!rest.empty()) {
-        const std::size_t plain = std::min(rest.find('\\'), rest.size());
-        out.append(rest.substr(0, plain));
-        rest.remove_prefix(plain);
-        if (rest.size() < 2) {
-            break;
-        }
-        if (rest[1] == '\\') {
-            out += '\\';
-            rest.remove_prefix(2);
-            continue;
-        }
-        const int unit = unitOfEscape(rest);
-        if (unit < 0) {
-            break;
-        }
-        appendUnit(out, static_cast<char16_t>(unit));
-        rest.remove_prefix(kEscapeLength);
-    }
+    std::string out(length, '\0');
+    const char* const end = unescape({text, length}, out.data());
+    out.resize(static_cast<std::size_t>(end - out.data()));
     return out;
 }
 

@@ -7,9 +7,6 @@
 namespace nimb {
 namespace {
 
-constexpr char32_t kFirstSupplementary = 0x10000;
-
-bool isSurrogate(char32_t c) { return c >= 0xD800 && c < 0xE000; }
 bool isHighSurrogate(char32_t c) { return c >= 0xD800 && c < 0xDC00; }
 bool isLowSurrogate(char32_t c) { return c >= 0xDC00 && c < 0xE000; }
 
@@ -87,16 +84,6 @@ unsigned char* putUnit(unsigned char* out, char32_t unit) {
     const auto narrow = static_cast<std::uint16_t>(unit);
     std::memcpy(out, &narrow, sizeof narrow);
     return out + sizeof narrow;
-}
-
-char* putUtf8(char* out, char32_t c) {
-    constexpr unsigned char leads[] = {0, 0, 0xC0, 0xE0, 0xF0};
-    const std::size_t bytes = utf8Size(c);
-    for (std::size_t i = bytes - 1; i > 0; --i, c >>= 6) {
-        out[i] = static_cast<char>(0x80U | (c & 0x3FU));
-    }
-    out[0] = static_cast<char>(leads[bytes] | c);
-    return out + bytes;
 }
 
 using EightBytes [[gnu::vector_size(8)]] = std::uint8_t;

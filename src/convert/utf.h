@@ -6,6 +6,33 @@
 
 namespace nimb {
 
+inline constexpr char32_t kFirstSupplementary = 0x10000;
+
+/// Whether it is half of a character in UTF-16, which UTF-8 has no form for.
+[[nodiscard]] inline bool isSurrogate(char32_t c) { return c >= 0xD800 && c < 0xE000; }
+
+/// Writes one character, which is no surrogate, in one to four bytes. Returns the end.
+inline char* putUtf8(char* out, char32_t c) {
+    const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(byte); };
+    if (c < 0x80) {
+        put(c);
+        return out;
+    }
+    if (c < 0x800) {
+        put(0xC0 | c >> 6);
+    } else {
+        if (c < kFirstSupplementary) {
+            put(0xE0 | c >> 12);
+        } else {
+            put(0xF0 | c >> 18);
+            put(0x80 | (c >> 12 & 0x3F));
+        }
+        put(0x80 | (c >> 6 & 0x3F));
+    }
+    put(0x80 | (c & 0x3F));
+    return out;
+}
+
 // Strict conversion between UTF-8 and UTF-16, to where the result belongs. Rejected: truncated
 // sequences, stray continuation bytes, overlong forms, surrogates in UTF-8 and unpaired ones in
 // UTF-16, and code points above 10FFFF. Zero bytes and byte-order marks are text like any other.

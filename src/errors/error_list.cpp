@@ -2,6 +2,8 @@
 
 #include <open62541/types.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -21,15 +23,19 @@ constexpr std::size_t kHeadSize = 30;
 // One unit a byte by sign extension, so that 0x80 to 0xFF become 0xFF80 to 0xFFFF: Compatibility
 // C9.
 void appendWidened(std::u16string& text, std::string_view bytes) {
-    for (const char byte : bytes) {
-        text += static_cast<char16_t>(static_cast<signed char>(byte));
-    }
+    const std::size_t begin = text.size();
+    text.resize(begin + bytes.size());
+    std::transform(bytes.begin(), bytes.end(), text.begin() + static_cast<std::ptrdiff_t>(begin),
+                   [](char byte) { return static_cast<char16_t>(static_cast<signed char>(byte)); });
 }
 
 void appendApplicationHead(std::u16string& text, long code) {
-    char head[kHeadSize];
-    std::snprintf(head, sizeof head, "Application Error [%ld] : ", code);
-    appendWidened(text, head);
+    char digits[kHeadSize];
+    const char* const end = std::to_chars(digits, digits + sizeof digits, code).ptr;
+    appendWidened(text, "Application Error [");
+    appendWidened(text, {digits, end});
+    appendWidened(text, "] : ");
+    text.resize(std::min(text.size(), kHeadSize - 1));
     appendWidened(text, applicationErrorName(code));
 }
 
@@ -47,7 +53,9 @@ void appendStatusCodeHead(std::u16string& text, long code) {
 }
 
 std::u16string composeText(const UACErr& error) {
+    constexpr std::size_t mostTexts = 160;
     std::u16string text;
+    text.reserve(mostTexts);
     switch (error.kind) {
         case UACERR_NONE:
             break;

@@ -88,6 +88,7 @@ bool endsWithinLine(int file, off_t size) {
 // Appends the line, which begins with a newline for the case that the file ends within one. One
 // write keeps lines whole when several processes share the file.
 void appendToLogFile(std::string_view line) {
+    const ClosedStreamsTaken meanwhile;
     const FileDescriptor file(openLogFile());
     struct stat status {};
     if (file.get() < 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {

@@ -160,6 +160,14 @@ double VeltoListItem::AsDouble() const {
 
 std::string VeltoListItem::AsAString() const { return narrowText<std::string>(*this); }
 
+std::string_view VeltoListItem::AsAText(std::string& storage) const {
+    const ItemPayload payload(*this);
+    if (payload.type == item_code::kBytes) {
+        return {reinterpret_cast<const char*>(payload.bytes), payload.length};
+    }
+    return storage = AsAString();
+}
+
 std::basic_string<unsigned char> VeltoListItem::AsUAString() const {
     return narrowText<std::basic_string<unsigned char>>(*this);
 }

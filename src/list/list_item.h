@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace nimb {
 
@@ -149,6 +150,8 @@ class VeltoListItem {
     double AsDouble() const;
     /// Text, 8 bits a character: 16-bit units are cut to their low byte, numbers are printed.
     std::string AsAString() const;
+    /// AsAString without a copy: the item's own bytes where it is 8-bit text, or in `storage`.
+    std::string_view AsAText(std::string& storage) const;
     /// AsAString as unsigned characters.
     std::basic_string<unsigned char> AsUAString() const;
     /// Text in 16-bit units; 8-bit text is widened byte by byte, whatever its encoding.

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <initializer_list>
 
 #include "client/clock.h"
 #include "client/guarded_transport.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
+#include "list/item_writer.h"
 #include "list/nested_list.h"
 #include "subscription/subscription.h"
 
@@ -28,9 +30,27 @@ bool pauseFor(std::int64_t time) {
     return time <= 0 || clock_nanosleep(CLOCK_MONOTONIC, 0, &duration, nullptr) != EINTR;
 }
 
-void appendQueueState(VeltoList& statistics, const Subscription& subscription) {
-    statistics += static_cast<unsigned long>(subscription.getQueueSize());
-    statistics += static_cast<int>(subscription.getQueueLossCount());
+/// The queue at some moment of a poll.
+struct QueueState {
+    explicit QueueState(const Subscription& subscription)
+        : size(static_cast<long long>(subscription.getQueueSize())),
+          losses(static_cast<int>(subscription.getQueueLossCount())) {}
+
+    long long size;
+    int losses;
+};
+
+void appendStatistics(VeltoList& out, int maxQueueSize, std::initializer_list<QueueState> moments) {
+    const std::size_t most = ItemWriter::kNumberRoom * (1 + 2 * moments.size());
+    ItemWriter items(out, ItemWriter::kHeaderBytes + most);
+    ItemWriter::Nested statistics(items);
+    items += maxQueueSize;
+    for (const QueueState& moment : moments) {
+        items += moment.size;
+        items += moment.losses;
+    }
+    statistics.close();
+    items.commit(1);
 }
 
 // Appends the count of the lines and the lines.
@@ -44,14 +64,6 @@ int appendLines(VeltoList& out, Subscription& subscription, int maxLines) {
 }
 
 }  // namespace
-
-std::uint64_t OpcuaClient::subscriptionReports() const {
-    std::uint64_t reports = 0;
-    for (const auto& [id, subscription] : subscriptions_) {
-        reports += subscription->reports();
-    }
-    return reports;
-}
 
 double OpcuaClient::keepAliveRate() const {
     double rate = 0;
@@ -80,12 +92,12 @@ bool OpcuaClient::restoreConnection() {
 bool OpcuaClient::driveOnce(std::int64_t timeout) {
     const GuardedTransport* transport = GuardedTransport::of(client_.get());
     const std::uint64_t sent = transport->sentMessages();
-    const std::uint64_t reports = subscriptionReports();
+    const std::uint64_t reports = reports_;
     errno = 0;
     const UA_StatusCode status =
         UA_Client_run_iterate(client_.get(), static_cast<UA_UInt32>(timeout));
     const bool interrupted = errno == EINTR;
-    pace_.spend(transport->sentMessages() - sent, subscriptionReports() != reports);
+    pace_.spend(transport->sentMessages() - sent, reports_ != reports);
     if (!pace_.open()) {
         for (const auto& [id, subscription] : subscriptions_) {
             subscription->suspect();
@@ -99,7 +111,7 @@ bool OpcuaClient::driveOnce(std::int64_t timeout) {
 }
 
 void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
-    const std::uint64_t reports = subscriptionReports();
+    const std::uint64_t reports = reports_;
     std::int64_t now = milliseconds(CLOCK_MONOTONIC);
     const std::int64_t end = now + timeout;
     bool undisturbed = true;
@@ -110,9 +122,8 @@ void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
             pace_.allowBurst();
         }
         undisturbed = pace_.open() ? driveOnce(end - now) : pauseFor(std::min(end - now, kPause));
-        now = milliseconds(CLOCK_MONOTONIC);
-    } while (now < end && undisturbed && polled.getQueueSize() == 0 &&
-             subscriptionReports() == reports);
+    } while (timeout != 0 && undisturbed && polled.getQueueSize() == 0 && reports_ == reports &&
+             (now = milliseconds(CLOCK_MONOTONIC)) < end);
 }
 
 UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned short timeout,
@@ -129,14 +140,12 @@ UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned s
     int lineCount = 0;
     UACErr error = errorOf(
         [&]() -> UACErr {
-            VeltoList statistics;
-            statistics += subscription->getMaxQueueSize();
-            appendQueueState(statistics, *subscription);
+            const QueueState before(*subscription);
             driveFor(*subscription, timeout);
-            appendQueueState(statistics, *subscription);
+            const QueueState driven(*subscription);
             lineCount = appendLines(*out, *subscription, maxLines);
-            appendQueueState(statistics, *subscription);
-            *out += statistics;
+            appendStatistics(*out, subscription->getMaxQueueSize(),
+                             {before, driven, QueueState(*subscription)});
             return {};
         },
         [] { return UACErr::unknown("Error retrieving notifications"); });

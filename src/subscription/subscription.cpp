@@ -117,7 +117,7 @@ UACErr Subscription::deleteOnServer() {
 }
 
 void Subscription::serverStatusChanged(UA_StatusCode status) {
-    ++reports_;
+    client_->noteReport();
     const bool good = status == UA_STATUSCODE_GOOD;
     if (status_ == ACTIVE && !good) {
         status_ = SERVER_ERROR;
@@ -127,7 +127,7 @@ void Subscription::serverStatusChanged(UA_StatusCode status) {
 }
 
 bool Subscription::serverDeleted() {
-    ++reports_;
+    client_->noteReport();
     if (status_ == DEACTIVATED || status_ == SERVER_DELETED) {
         return false;
     }

@@ -74,8 +74,6 @@ class Subscription {
     /// Nothing has come for at least the keep-alive time and the request timeout, which the stack
     /// waits for before it reports: told in the log, and the server is to be asked.
     void silent();
-    /// Counts all that the stack reports, so that a poll sees that something came.
-    [[nodiscard]] std::uint64_t reports() const { return reports_; }
 
     /// @name Whether the server still has it
     /// @{
@@ -147,7 +145,6 @@ class Subscription {
     bool polled_ = true;        ///< false: created in vain, and not polled since
     double keepAliveTime_ = 0;  ///< milliseconds between signs of life from the server
     std::int64_t lastChange_;   ///< milliseconds of a clock that only goes forward
-    std::uint64_t reports_ = 0;
     bool suspected_ = false;
     bool asking_ = false;
     std::uint32_t question_ = 0;     ///< the stack's id of the request that asks

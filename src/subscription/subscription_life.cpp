@@ -33,8 +33,8 @@ void Subscription::silent() {
 // alone changes nothing, neither its settings nor what it is about to send, and every server that
 // has subscriptions has it. Alive, the server answers that there is no such message.
 bool Subscription::askServer() {
-    const std::int64_t now = milliseconds(CLOCK_MONOTONIC_COARSE);
-    if (!suspected_ || asking_ || status_ == SERVER_DELETED || now < askedAgainAt_) {
+    if (!suspected_ || asking_ || status_ == SERVER_DELETED ||
+        milliseconds(CLOCK_MONOTONIC_COARSE) < askedAgainAt_) {
         return false;
     }
     UA_RepublishRequest question{};

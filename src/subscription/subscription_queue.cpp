@@ -2,6 +2,7 @@
 #include <initializer_list>
 
 #include "client/clock.h"
+#include "client/opcua_client.h"
 #include "subscription/subscription.h"
 
 namespace nimb {
@@ -35,7 +36,7 @@ UACErr Subscription::convert(VeltoList& out, const UA_DataValue& value) const {
 
 void Subscription::queue(const UA_DataValue& value, std::uint32_t monitoredItemId) {
     const std::lock_guard<std::mutex> lock(queueMutex_);
-    ++reports_;
+    client_->noteReport();
     lastChange_ = milliseconds(CLOCK_MONOTONIC_COARSE);
     if (full()) {
         countLoss(monitoredItemId);

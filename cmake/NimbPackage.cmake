@@ -1,5 +1,6 @@
 # The Debian packages nimbopcua (what a database server and a plant engineer need) and
-# nimbopcua-dev (what a host is compiled with). scripts/package builds them.
+# nimbopcua-dev (what a host is compiled with), and those of the databases' extensions.
+# scripts/package builds them.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -23,15 +24,15 @@ set(NIMB_PACKAGE_VERSION "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME nimbopcua)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION database)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS sqlite3)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS nimbopcua-sqlite)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
     "OPC UA client adapter for a database host, with tools
 The shared library lets a host database read, write, browse and follow the
 values of industrial OPC UA servers through its callout interface.
 .
-nimbhost calls the library as a host does, an extension of SQLite makes a plant
-a table, and nimb-demo-server is a small plant
-to try it on.")
+nimbhost calls the library as a host does, and nimb-demo-server is a small
+plant to try it on. Extensions of SQLite and PostgreSQL that make a plant a
+table have packages of their own.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
@@ -43,9 +44,11 @@ set(CPACK_DEBIAN_DEV_DESCRIPTION
 The C header that a host includes to load the adapter's shared library, and a
 CMake package that finds both.")
 
+include(NimbPackageHosts)
+
 # Every package has a copyright and a changelog of its own.
 string(TIMESTAMP NIMB_PACKAGE_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)  # SOURCE_DATE_EPOCH if set
-foreach(component runtime dev)
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
   set(package "${CPACK_DEBIAN_${upper}_PACKAGE_NAME}")
   set(folder "${PROJECT_BINARY_DIR}/debian/${package}")
@@ -58,5 +61,8 @@ endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/packaging/debian/lintian-overrides"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/lintian/overrides" RENAME nimbopcua
         COMPONENT runtime)
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/debian/lintian-overrides-sqlite"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/lintian/overrides" RENAME nimbopcua-sqlite
+        COMPONENT sqlite)
 
 include(CPack)

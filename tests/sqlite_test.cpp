@@ -1,12 +1,14 @@
 // The SQLite extension in the real shell, against real servers and a network that fails.
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <chrono>
 #include <csignal>
 #include <fstream>
 #include <sstream>
 
+#include "testbed/certificates.h"
 #include "testbed/child_process.h"
 #include "testbed/fault_proxy.h"
 #include "testbed/server_process.h"
@@ -232,14 +234,16 @@ TEST_F(SqliteTest, AThousandRoundsLeaveNothingBehind) {
     const auto rounds = [&](int count) {
         std::string all;
         for (int i = 0; i < count; ++i) {
+            for (int scan = 0; scan < 10; ++scan) all += "SELECT value FROM long;\n";
             all += tank("temp.tank") + "SELECT sum(status) > 9 FROM tank; DROP TABLE tank;\n" +
                    "SELECT * FROM opcua_browse('opc.tcp://127.0.0.1:1x');\n";
         }
         return all;
     };
-    std::istringstream output(shell_.run(".output /dev/null\n" + rounds(100) + ".output\n" + size +
-                                         ".output /dev/null\n" + rounds(1000) + ".output\n" +
-                                         size));
+    const std::string failing = table("temp.long", server_->url(), "ns=2;s=Odd.LongString");
+    std::istringstream output(shell_.run(failing + ".output /dev/null\n" + rounds(100) +
+                                         ".output\n" + size + ".output /dev/null\n" + rounds(1000) +
+                                         ".output\n" + size));
     std::vector<long> sizes;
     for (std::string line; std::getline(output, line);) {
         if (line.find_first_not_of("0123456789") == std::string::npos)
@@ -293,6 +297,57 @@ TEST(SqliteFaults, AStatementEndsInTimeAndTheNextOneWorks) {
     EXPECT_EQ(
         seen,
         "SetPoint|1\n[BadTimeout\nRun Time: \nSetPoint|1\n[BadConnectionClosed\nSetPoint|1\n");
+}
+
+TEST(SqliteFaults, InterruptsEndTheShellInTheMiddleOfACall) {
+    const ServerProcess server;
+    FaultProxy proxy(server.port());
+    const Shell shell;
+    const pid_t process = shell.start(
+        table("temp.t", proxy.url(), "ns=2;s=Tank1.SetPoint", ", timeout='60000'") +
+        "SELECT value FROM t;\n.shell touch a; while ! test -e a.go; do sleep 0.05; done\n"
+        "SELECT value FROM t;\n");
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(shell.folder() / "a"); }));
+    proxy.set(Fault::freeze);
+    std::ofstream(shell.folder() / "a.go");
+    // The third one calls exit() from the signal's handler, if the shell is behind ".shell" then.
+    int status = 0;
+    bool ended = false;
+    const bool inTime = waitUntil([&] {
+        kill(process, SIGINT);
+        ended = ended || waitpid(process, &status, WNOHANG) == process;
+        return ended;
+    });
+    ASSERT_TRUE(inTime);
+    EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(shell.output(), "50.0\n");
+}
+
+TEST(SqliteSecurity, ATableCanBeEncrypted) {
+    CertificateMaker maker;
+    const Certificate own = maker.selfSigned("server", "urn:nimbopcua:plant-server");
+    const Certificate client = maker.selfSigned("client", "urn:client");
+    const auto folder = [&](const char* name, const Certificate* holds) {
+        const auto path = maker.directory().path() / name;
+        std::filesystem::create_directory(path);
+        if (holds != nullptr) std::filesystem::copy(holds->der(), path);
+        return path.string();
+    };
+    const std::string empty = folder("empty", nullptr);
+    const ServerProcess server(
+        {"--certificate", own.der(), "--key", own.keyDer(), "--trust", folder("clients", &client)});
+    const auto trusting = [&](const std::string& name, const std::string& trusted) {
+        return table(name, server.url(), "ns=2;s=Tank1.SetPoint",
+                     ", certificate='" + client.der().string() + "', key='" +
+                         client.keyDer().string() + "', trusted='" + trusted + "', revoked='" +
+                         empty + "', uri='urn:client'") +
+               "SELECT value FROM " + name + ";\n";
+    };
+    const std::string output =
+        Shell().run(trusting("temp.t", folder("servers", &own)) + trusting("temp.strange", empty));
+    EXPECT_TRUE(output.starts_with("50.0\n")) << output;
+    EXPECT_NE(output.find("BadCertificateUntrusted"), std::string::npos) << output;
 }
 
 /// An example of the manual: what is typed, and the answer, where "..." stands for anything.

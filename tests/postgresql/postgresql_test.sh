@@ -101,8 +101,12 @@ ended_from_outside() {
 
 # The plant dies and comes again at the same address.
 killed_plant() {
-    takes 0 5 behind KILL 'SELECT level FROM tank'
+    local took
+    psql -qAtX -v VERBOSITY=verbose -c 'SELECT level FROM tank' -c "\\! kill -KILL $plant" -c '\timing on' \
+        -c 'SELECT level FROM tank' >"$root/printed" 2>&1 || true
     printed 'HV00N: OPC UA'
+    took=$(sed -n 's/^Time: \([0-9]*\).*/\1/p' "$root/printed")
+    [ "$took" -lt 200 ] || fail "the end of the plant took $took ms to tell"
     start_plant --port "${url##*:}"
     [ "$(query 'SELECT level FROM tank')" = 42.5 ] || fail 'the plant was not found again'
 }
@@ -145,6 +149,26 @@ backends() {
     fail 'the cluster did not come back'
 }
 
+# The session is encrypted and signed, its files named by the server's options.
+encrypted() {
+    local own=$root/run/client
+    kill "$plant"
+    start_plant --encrypted "$root/run/plant"
+    "${as_user[@]}" mkdir -p "$own/trusted" "$own/revoked"
+    "${as_user[@]}" openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=client -keyout "$own/key.pem" \
+        -outform DER -out "$own/client.der" -addext subjectAltName=URI:urn:client \
+        -addext keyUsage=digitalSignature,nonRepudiation,keyEncipherment,dataEncipherment 2>/dev/null
+    "${as_user[@]}" cp "$own/client.der" "$root/run/plant/trusted"
+    query "ALTER SERVER north OPTIONS (SET url '$url')" 2>/dev/null
+    takes 0 3 query 'SELECT level FROM tank'
+    printed HV00N
+    query "ALTER SERVER north OPTIONS (certificate '$own/client.der', key '$own/key.pem', trusted '$own/trusted', revoked '$own/revoked', uri 'urn:client')"
+    takes 0 3 query 'SELECT level FROM tank'
+    printed 'HV00N: OPC UA: BadCertificateUntrusted'
+    "${as_user[@]}" cp "$root/run/plant/own/server.der" "$own/trusted"
+    [ "$(query 'SELECT level FROM tank')" = 42.5 ] || fail 'no value from the encrypted plant'
+}
+
 transcript "$here/tables.txt"
 if grep -E 'plant-7|secret' "$root/run/log"; then fail 'a password in the log'; fi
 
@@ -157,6 +181,11 @@ psql -qAtX -v ON_ERROR_STOP=1 -d manual -f "$root/manual.sql" >"$root/printed" |
 printed '42.5|63.5'
 [ "$(psql -qAtX -d manual -c 'SELECT count(*) FROM changes')" = 3 ] || fail 'no changes were recorded'
 
+# A dump brings the tables back.
+query 'CREATE DATABASE restored'
+pg_dump manual | psql -qAtX -v ON_ERROR_STOP=1 -d restored >"$root/printed"
+[ "$(psql -qAtX -d restored -c 'SELECT level FROM tank')" = 42.5 ] || fail 'the dump does not restore'
+
 query "CREATE EXTENSION nimbopcua;
        CREATE SERVER north FOREIGN DATA WRAPPER nimbopcua OPTIONS (url '$url', timeout '1000');
        CREATE FOREIGN TABLE long (v text OPTIONS (field 'value')) SERVER north OPTIONS (nodes 'ns=2;s=Tank1.Level ns=2;s=Tank2.Level');
@@ -168,3 +197,4 @@ ended_from_outside pg_terminate_backend 3 4500 '57P01: terminating'
 killed_plant
 flat
 backends
+encrypted

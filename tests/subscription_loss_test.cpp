@@ -19,19 +19,11 @@ namespace nimb::test {
 namespace {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
 
 constexpr int requestTimeout = 500;  // milliseconds
 constexpr int pollTimeout = 50;      // milliseconds
 constexpr milliseconds margin{400};  // what a busy machine may add to a timeout
 constexpr plant::NodeAddress speed = plant::pump1Speed;
-
-template <typename Call>
-milliseconds timeOf(Call call) {
-    const auto begin = Clock::now();
-    call();
-    return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
-}
 
 const std::string noLines = "0, 0, \"\", [0, 0, 0, 0, 0, 0, 0]";
 const std::string serverDeleted =

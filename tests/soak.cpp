@@ -59,11 +59,7 @@ class Soak {
         for (long i = 0; i < count; i += 2) {
             const char* const bulk[] = {"zfReadBulkPoll", "zfReadBulkPollB", "zfReadBulkPollC"};
             require(follower_.host.call(bulk[i / 2 % 3], follower_.client, query_, 1, 2));
-            const Result taken = follower_.poll(taken_, 0, 0, 1);
-            require(taken);
-            if (follower_.statistic(taken, lossLeft) != 0) {
-                throw std::runtime_error("changes were lost");
-            }
+            take();
             if (i % 10 == 0) {
                 cycle();
             }
@@ -74,6 +70,17 @@ class Soak {
     }
 
   private:
+    /// Takes all changes that wait, a few lines at a time, as more would not fit into a result.
+    void take() {
+        for (int polls = 0, waiting = 1; waiting > 0 && polls < 1000; ++polls) {
+            const Result taken = follower_.poll(taken_, 0, 4, 1);
+            require(taken);
+            if (follower_.statistic(taken, lossLeft) != 0) {
+                throw std::runtime_error("changes were lost");
+            }
+            waiting = static_cast<int>(follower_.statistic(taken, left));
+        }
+    }
     /// A session from its client's creation to its destruction.
     void cycle() {
         Host& host = follower_.host;

@@ -119,7 +119,7 @@ TEST(Memory, ExhaustedWithoutServerIsAFailureOfTheCall) {
 /// One session in which every call fails at each of its allocations.
 long failWholeSession(Host& host, const std::string& url, int stringMode) {
     Caller caller(host);
-    const long client = host.call("zfCreateClientB")[1].AsLong();
+    const long client = host.bareClient();
     const auto setUp = listOf(client, 5000, 1, "", "", "", "", "", stringMode);
     const auto connect = listOf(client, url);
     const auto logIn = listOf(client, url, "operator", "plant-7");
@@ -160,7 +160,7 @@ TEST(Memory, APasswordIsWipedBeforeItsMemoryIsFreed) {
     static const std::string secret = "a password beyond any short string";
     Host host;
     Caller caller(host);
-    const long client = host.call("zfCreateClientB")[1].AsLong();
+    const long client = host.bareClient();
     ASSERT_TRUE(host.call("zfSetupClientC", client, 1000, 1, "", "", "", "", "", 0).ok());
     const std::string url = "opc.tcp://127.0.0.1:1";
     const Call logIns[] = {{"zfConnectUser", listOf(client, url, "operator", secret)},

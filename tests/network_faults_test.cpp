@@ -34,7 +34,7 @@ constexpr milliseconds idleTime{100};
 
 /// A client that is connected to the plant through the relay.
 struct Session {
-    Session() : relay(server.port()), client(host.call("zfCreateClientB")[1].AsLong()) {}
+    Session() : relay(server.port()), client(host.bareClient()) {}
     ~Session() { host.call("zfDestroyClientB", client); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -128,7 +128,7 @@ const Entry entries[] = {
     {"destroy", 1, Outcome::success,
      [](Session& s) {
          Result destroyed = s.host.call("zfDestroyClientB", s.client);
-         s.client = s.host.call("zfCreateClientB")[1].AsLong();
+         s.client = s.host.bareClient();
          return destroyed;
      }},
 };

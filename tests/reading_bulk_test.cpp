@@ -1,9 +1,6 @@
 // Prepared bulk reads through the callout table, against a real server.
 
-#include <malloc.h>
-
 #include "reading_plant.h"
-#include "testbed/server_process.h"
 
 namespace nimb::test {
 namespace {
@@ -217,25 +214,6 @@ TEST_F(BulkTest, FitsAsManyDoublesAsDocumented) {
         EXPECT_FALSE(pollAll(points(count + 1))[i].written()) << polls[i];
     }
 }
-
-#if !defined(__SANITIZE_ADDRESS__)  // which keeps freed memory on purpose
-TEST(BulkMemory, StaysTheSameOver20000Polls) {
-    ServerProcess server({"--move", "0"});
-    Host host;
-    const long client = host.connectedClient(server.url());
-    Nodes nodes;
-    for (const Shown& node : mixedNodes()) nodes.push_back(node.node);
-    const long query = setUp(host, client, nodes)[1].AsLong();
-    std::size_t before = 0;
-    for (int i = 0; i < 20000; ++i) {
-        if (i == 100) before = mallinfo2().uordblks;
-        ASSERT_TRUE(host.call(polls[i % 3], client, query, 1, 0).ok());
-    }
-    EXPECT_NEAR(static_cast<double>(mallinfo2().uordblks), static_cast<double>(before), 10000)
-        << "less than a byte a poll";
-    host.call("zfDestroyClientB", client);
-}
-#endif
 
 }  // namespace
 }  // namespace nimb::test

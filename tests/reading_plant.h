@@ -42,7 +42,7 @@ class PlantTest : public ::testing::Test {
         host_->call("zfSetupClientC", client, 0, 2, "", "", "", "", "", 0);
     }
 
-    static long bareClient() { return host_->call("zfCreateClientB")[1].AsLong(); }
+    static long bareClient() { return host_->bareClient(); }
 
     static inline std::optional<TestServer> server_;
     static inline std::optional<Host> host_;

@@ -245,7 +245,7 @@ class Refused : public ::testing::Test {
     long handleOf(Client state) {
         switch (state) {
             case Client::bare:
-                return host.call("zfCreateClientB")[1].AsLong();
+                return host.bareClient();
             case Client::prepared:
                 return host.newClient(500);
             case Client::ended:
@@ -313,7 +313,7 @@ Refusals onAnyHandle() {
 
 TEST(Handles, WithoutClientAreRefusedByEveryEntry) {
     Host host;
-    const long destroyed = host.call("zfCreateClientB")[1].AsLong();
+    const long destroyed = host.bareClient();
     ASSERT_TRUE(host.call("zfDestroyClientB", destroyed).ok());
     for (const long long handle :
          {1LL * destroyed, destroyed + 1000LL, 0LL, -1LL, std::numeric_limits<long long>::max(),

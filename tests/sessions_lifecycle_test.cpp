@@ -93,10 +93,13 @@ TEST_F(LifecycleTest, ATimeoutBoundsTheConnectAndIsNamedInItsFailure) {
     const long client = bareClient();
     for (const auto& [given, configured] : cases) {
         ASSERT_TRUE(setUp(*host_, client, {.timeout = given}).ok());
-        const Stopwatch watch;
-        EXPECT_EQ(connect(client, silent.url()), timedOut(silent.url(), configured)) << given;
-        EXPECT_GE(watch.milliseconds(), configured - 50);
-        EXPECT_LT(watch.milliseconds(), configured + kMargin);
+        const long took =
+            timeOf([&] {
+                EXPECT_EQ(connect(client, silent.url()), timedOut(silent.url(), configured))
+                    << given;
+            }).count();
+        EXPECT_GE(took, configured - 50);
+        EXPECT_LT(took, configured + kMargin);
     }
     // A number whose low half is zero.
     ASSERT_TRUE(setUp(*host_, client, {.timeout = 1LL << 32}).ok());
@@ -223,10 +226,8 @@ TEST_F(LifecycleTest, AFrozenServerCostsTwiceTheTimeoutAtMost) {
     for (const Case& c : cases) {
         ASSERT_EQ(connect(client, frozen.url()), "0");
         frozen.freeze();
-        const Stopwatch watch;
-        const std::string answer = c.call();
-        EXPECT_LT(watch.milliseconds(), c.bound + kMargin);
-        EXPECT_EQ(answer, c.answer);
+        const auto took = timeOf([&] { EXPECT_EQ(c.call(), c.answer); });
+        EXPECT_LT(took.count(), c.bound + kMargin);
         frozen.thaw();
     }
 }
@@ -245,9 +246,7 @@ TEST_F(LifecycleTest, AGoodByeToASilentServerIsSentButNotWaitedFor) {
         ASSERT_EQ(connect(client, frozen.url()), "0");
         frozen.freeze();
         ASSERT_NE(read(client), "0");
-        const Stopwatch watch;
-        goodBye();
-        EXPECT_LT(watch.milliseconds(), timeout / 2);
+        EXPECT_LT(timeOf(goodBye).count(), timeout / 2);
         frozen.thaw();
     }
 }
@@ -258,9 +257,7 @@ TEST_F(LifecycleTest, ADisconnectFromAServerThatWorksIsQuick) {
     long best = 1000;
     for (int i = 0; i < 5; ++i) {
         ASSERT_EQ(connect(client, server_->url()), "0");
-        const Stopwatch watch;
-        disconnect(client);
-        best = std::min<long>(best, watch.milliseconds());
+        best = std::min<long>(best, timeOf([&] { disconnect(client); }).count());
     }
     EXPECT_LT(best, 50);
     host_->call("zfDestroyClientB", client);

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 class LogTest : public ::testing::Test {
   protected:
     /// Makes the library log two lines, those of a new client.
-    void logTwoLines() { newClientObject(host_); }
+    void logTwoLines() { host_.bareClient(); }
     std::vector<std::string> files() const {
         std::vector<std::string> names;
         for (const auto& entry : fs::directory_iterator(log_.folder().path())) {
@@ -231,7 +231,7 @@ TEST_F(LogTest, PercentSignsAreDataAndLongLinesAreCut) {
 std::string troubledSession(Host& host, const std::string& url, const Preparation& passwordKey) {
     const RefusingPort refusing;
     const SilentListener silent;
-    const long client = newClientObject(host);
+    const long client = host.bareClient();
     std::string answers;
     const auto note = [&](const Result& result) { answers += result.text().substr(0, 60) + '\n'; };
     const auto setUpAgain = [&] { note(setUp(host, client, {.timeout = 300})); };

@@ -83,7 +83,7 @@ TEST_F(MaterialTest, MaterialThatCannotBeUsedIsRefusedAtSetUpOrConnect) {
     LogFolder log(*host_);
     for (const Case& c : cases) {
         log.begin();
-        const long client = newClientObject(*host_);
+        const long client = host_->bareClient();
         EXPECT_EQ(setUp(*host_, client, c.preparation).text(), c.setUpAnswer) << c.what;
         EXPECT_EQ(connect(client, server.url()), c.connectAnswer) << c.what;
         EXPECT_NE(log.text().find(c.logged), std::string::npos) << c.what;
@@ -95,7 +95,7 @@ TEST_F(MaterialTest, MaterialThatCannotBeUsedIsRefusedAtSetUpOrConnect) {
 }
 
 TEST_F(MaterialTest, AReadThatASignalInterruptsGoesOn) {
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     interruptedReads = 3;
     EXPECT_EQ(setUp(*host_, client, encrypted()).text(), "0");
     EXPECT_EQ(interruptedReads, 0);
@@ -144,7 +144,7 @@ TEST_F(MaterialTest, FilesThatCannotBeReadAreNamedByTextAndPath) {
          "File IO error reading certificate revocation list file, '", directory + "/sub"},
     };
     LogFolder log(*host_);
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     for (const Case& c : cases) {
         log.begin();
         Preparation preparation = encrypted();
@@ -167,7 +167,7 @@ TEST_F(MaterialTest, PasswordsReachTheServerButNeverTheLog) {
     TestServer clear;
     LogFolder log(*host_);
     log.begin();
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     for (const bool encrypt : {true, false}) {
         const std::string url = encrypt ? server.url() : clear.url();
         EXPECT_TRUE(setUp(*host_, client, encrypt ? encrypted() : Preparation()).ok());

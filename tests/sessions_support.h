@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <functional>
@@ -40,20 +39,6 @@ inline Result setUp(Host& host, long client, const Preparation& s) {
     return host.call("zfSetupClientC", client, s.timeout, s.mode, s.certificate, s.key, s.trusted,
                      s.revoked, s.uri, s.stringMode);
 }
-
-inline long newClientObject(Host& host) { return host.call("zfCreateClientB")[1].AsLong(); }
-
-class Stopwatch {
-  public:
-    [[nodiscard]] long milliseconds() const {
-        return std::chrono::duration_cast<std::chrono::milliseconds>(
-                   std::chrono::steady_clock::now() - begin_)
-            .count();
-    }
-
-  private:
-    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
 
 /// A fresh current directory, in which the library may write its log; logging is off at the end.
 class LogFolder {

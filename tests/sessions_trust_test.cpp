@@ -42,7 +42,7 @@ TEST_F(TrustTest, AnEncryptedResponseWhoseTypeCannotBeDecodedIsRefused) {
     });
     LogFolder log(*host_);
     log.begin();
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     EXPECT_EQ(setUp(*host_, client, encrypted()).text(), "0");
     EXPECT_NE(connect(client, server.url()), "0");
     EXPECT_TRUE(
@@ -63,7 +63,7 @@ TEST_F(TrustTest, EveryPolicyWorksWithFilesOfEitherForm) {
         {"Aes256_Sha256_RsaPss", own.der(), own.keyPem()},
     };
     LogFolder log(*host_);
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     for (const Case& c : cases) {
         TestServer server(secured(office_->server));
         offerOnly(server, c.policy);
@@ -117,7 +117,7 @@ TEST_F(TrustTest, AServerIsAcceptedOrRefusedByItsCertificate) {
         SCOPED_TRACE(c.server.base.filename().string() + " " + c.trusted + " " + c.revoked);
         TestServer server(secured(c.server));
         log.begin();
-        const long client = newClientObject(*host_);
+        const long client = host_->bareClient();
         EXPECT_EQ(setUp(*host_, client, encrypted(c.trusted, c.revoked)).text(), "0");
         const std::string answer = connect(client, server.url());
         if (c.refusal == 0) {
@@ -217,7 +217,7 @@ TEST_F(TrustTest, AServerThatLiesIsRefusedBeforeTheStackBelievesIt) {
             if (c.plain == 0) offerOnly(server, encrypt ? "Basic256Sha256" : "None");
             server.run(
                 [&](plant::PlantServer& plant) { c.lie(*UA_Server_getConfig(plant.server())); });
-            const long client = newClientObject(*host_);
+            const long client = host_->bareClient();
             EXPECT_EQ(setUp(*host_, client, encrypt ? encrypted("expired") : Preparation()).text(),
                       "0");
             const unsigned refusal = encrypt ? c.encrypted : c.plain;
@@ -242,7 +242,7 @@ struct NewerStack {
 TEST_F(TrustTest, TwoEmptyListsTrustNobodyWithANewerStackEither) {
     const NewerStack stack;
     TestServer server(secured(office_->server));
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     EXPECT_EQ(setUp(*host_, client, encrypted("none")).text(), "0");
     EXPECT_EQ(connect(client, server.url()),
               statusError(UA_STATUSCODE_BADCERTIFICATEUNTRUSTED, cannotConnect(server.url())));
@@ -255,7 +255,7 @@ TEST_F(TrustTest, TrustInOneServerIsNoneInTheNext) {
     otherOptions.applicationUri = clientUri;
     TestServer other(otherOptions);
     TestServer clear;
-    const long client = newClientObject(*host_);
+    const long client = host_->bareClient();
     ASSERT_TRUE(setUp(*host_, client, encrypted()).ok());
     EXPECT_EQ(connect(client, trusted.url()), "0");
     EXPECT_EQ(connect(client, other.url()),

@@ -99,13 +99,6 @@ class TransportTest : public ::testing::Test {
         return read().ok();
     }
 
-    template <typename Work>
-    static milliseconds duration(const Work& work) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
-    }
-
     Host host_;
     LogFolder log_{host_};
     // What the relay's thread looks at until it ends.
@@ -194,20 +187,20 @@ TEST_F(TransportTest, WhatNoServerSendsEndsTheConnectionAtOnce) {
         ASSERT_TRUE(setUp(host_, client_, {.timeout = timeout.count()}).ok());
         ASSERT_TRUE(connect(relay_.url()).ok());
         answer_ = change;  // the relay has nothing to do
-        EXPECT_LT(duration([&] {
+        EXPECT_LT(timeOf([&] {
                       const std::string text = read().text();
                       EXPECT_NE(text.find("[BadSecureChannelClosed]"), std::string::npos) << text;
                   }),
                   timeout);
         EXPECT_TRUE(log_.has("Connection closed, the server sent", refused));
-        EXPECT_LT(duration([&] { host_.call("zfDisconnectB", client_); }), timeout);
+        EXPECT_LT(timeOf([&] { host_.call("zfDisconnectB", client_); }), timeout);
     }
 }
 
 // Without end, as the stack would make connection after connection until the timeout.
 TEST_F(TransportTest, APeerThatAcceptsAndClosesIsTriedOnce) {
     relay_.set(Fault::cut);
-    EXPECT_LT(duration([&] { EXPECT_FALSE(connect(relay_.url()).ok()); }), timeout);
+    EXPECT_LT(timeOf([&] { EXPECT_FALSE(connect(relay_.url()).ok()); }), timeout);
     EXPECT_EQ(relay_.connectionsSeen(), 1);
     relay_.set(Fault::none);
     EXPECT_TRUE(connect(relay_.url()).ok());
@@ -224,7 +217,7 @@ TEST_F(TransportTest, SendsToAPeerThatStoppedReadingEndInTime) {
     const std::string text(30000, 'x');
     std::string answer = "[BadTimeout]";
     for (int i = 0; i < mostWrites && answer.find("[BadTimeout]") != std::string::npos; ++i) {
-        EXPECT_LT(duration([&] {
+        EXPECT_LT(timeOf([&] {
                       answer =
                           host_.call("zfWriteAttribute", client_, text, 11, 4011, 2, 0, 13).text();
                   }),
@@ -256,7 +249,7 @@ TEST_F(TransportTest, EveryAddressOfANameIsTried) {
     EXPECT_EQ(connect(url).text(), "0") << log_.text();
     EXPECT_TRUE(read().ok());
     server_.stop();
-    EXPECT_LT(duration([&] { EXPECT_FALSE(connect(url).ok()); }), timeout + margin);
+    EXPECT_LT(timeOf([&] { EXPECT_FALSE(connect(url).ok()); }), timeout + margin);
 }
 
 // Sessions of killed hosts keep a server's places for as long as was asked for.

@@ -4,13 +4,14 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "demo_server/new_file.h"
+#include "nimbhost/certificates/files.h"
 
 namespace nimb::plant {
 
 namespace {
 
 namespace fs = std::filesystem;
+using nimbhost::readWholeFile;
 
 constexpr std::ptrdiff_t maxRejected = 50;
 
@@ -36,8 +37,8 @@ CertificateFolder::CertificateFolder(fs::path root, const std::string& applicati
 
 void CertificateFolder::makeOwn(const std::string& applicationUri) const {
     const CertificateAndKey made = makeCertificate("NIMB demonstration plant", applicationUri);
-    writeNewFile(keyFile(), made.key, 0600);
-    writeNewFile(certificateFile(), made.certificate, 0644);
+    nimbhost::writeWholeFile(keyFile(), made.key, 0600, false);
+    nimbhost::writeWholeFile(certificateFile(), made.certificate, 0644, false);
 }
 
 std::vector<std::string> CertificateFolder::filesOf(const char* folder) const {
@@ -56,7 +57,7 @@ fs::path CertificateFolder::reject(const std::string& certificate) const {
     fs::path file = root_ / "rejected" / (name + ".der");
     if (fs::exists(file)) return file;
     if (std::distance(fs::directory_iterator(file.parent_path()), {}) >= maxRejected) return {};
-    writeNewFile(file, certificate, 0644);
+    nimbhost::writeWholeFile(file, certificate, 0644, false);
     return file;
 }
 

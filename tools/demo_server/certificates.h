@@ -20,7 +20,7 @@ bool belongTogether(const std::string& certificate, const std::string& key);
 /// "A2:24:...:A9", the SHA-256 of a certificate (DER or PEM); empty when it is none.
 std::string fingerprint(const std::string& certificate);
 
-/// The certificate's subject in one line of ASCII, empty when it is none.
+/// The certificate's subject in one line, control characters escaped; empty when it is none.
 std::string subjectOf(const std::string& certificate);
 
 /// "2031-11-20", the last day on which the certificate holds; empty when it is none.

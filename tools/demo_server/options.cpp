@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "demo_server/certificates.h"
-#include "demo_server/new_file.h"
+#include "nimbhost/certificates/files.h"
 
 namespace nimb::plant {
 
@@ -112,7 +112,7 @@ void addSecurityOptions(CLI::App& app, CommandLine& command, Typed& typed) {
 std::vector<std::string> certificatesIn(const fs::path& folder) {
     std::vector<std::string> files;
     for (const auto& entry : fs::directory_iterator(folder)) {
-        if (entry.is_regular_file()) files.push_back(readWholeFile(entry.path()));
+        if (entry.is_regular_file()) files.push_back(nimbhost::readWholeFile(entry.path()));
     }
     // An empty list would let everybody in.
     if (files.empty()) throw UsageError(folder.string() + " holds no certificate");
@@ -122,8 +122,8 @@ std::vector<std::string> certificatesIn(const fs::path& folder) {
 std::shared_ptr<const Encryption> encryptionOf(const Typed& typed) {
     if (typed.certificate.empty()) return nullptr;
     auto encryption = std::make_shared<Encryption>();
-    encryption->certificate = readWholeFile(typed.certificate);
-    encryption->privateKey = readWholeFile(typed.key);
+    encryption->certificate = nimbhost::readWholeFile(typed.certificate);
+    encryption->privateKey = nimbhost::readWholeFile(typed.key);
     if (!belongTogether(encryption->certificate, encryption->privateKey)) {
         throw UsageError(typed.key.string() + " is not the key of " + typed.certificate.string());
     }
@@ -195,7 +195,9 @@ CommandLine parseCommandLine(int count, const char* const* arguments) {
         command.answer = std::string(version.what()) + "\n";
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
-    } catch (const std::system_error& error) {
+    } catch (const nimbhost::FileError& error) {
+        throw UsageError(error.what());
+    } catch (const std::system_error& error) {  // a folder that cannot be read
         throw UsageError(error.what());
     }
     return command;

@@ -27,10 +27,14 @@ Result Host::callWith(std::string_view entry, const VeltoROList& arguments) {
     return bytes ? Result(*bytes) : Result();
 }
 
-long Host::newClient(int timeout, int stringMode) {
+long Host::bareClient() {
     const Result created = call("zfCreateClientB");
     require(created, "zfCreateClientB");
-    const long handle = created[1].AsLong();
+    return created[1].AsLong();
+}
+
+long Host::newClient(int timeout, int stringMode) {
+    const long handle = bareClient();
     require(call("zfSetupClientC", handle, timeout, 1, "", "", "", "", "", stringMode),
             "zfSetupClientC");
     return handle;

@@ -51,6 +51,8 @@ class Host {
     Result callWith(std::string_view entry, const VeltoROList& arguments);
     host::Library& library() { return library_; }
 
+    /// A client that was never set up.
+    long bareClient();
     /// A client set up in clear, not connected. Throws std::runtime_error when a step fails.
     long newClient(int timeout = 5000, int stringMode = 0);
     /// The same, connected to the server.

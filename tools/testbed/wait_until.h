@@ -19,4 +19,13 @@ template <typename Condition>
     return true;
 }
 
+/// How long a call takes.
+template <typename Call>
+std::chrono::milliseconds timeOf(Call call) {
+    const auto begin = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 begin);
+}
+
 }  // namespace nimb::test

@@ -1,6 +1,8 @@
 // nimbhost: what a host would do with the library, at the command line. The commands stand in
 // commands/, one file each.
 
+#include <langinfo.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
@@ -128,7 +130,8 @@ int statusOfFailure() {
 int main(int count, char** words) {
     using namespace nimb::nimbhost;
     // How wide letters are is a matter of the locale; all text here is UTF-8.
-    if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) {
+    if (std::setlocale(LC_CTYPE, "") == nullptr ||
+        std::string_view(::nl_langinfo(CODESET)) != "UTF-8") {
         std::setlocale(LC_CTYPE, "C.UTF-8");
     }
     catchSignals();

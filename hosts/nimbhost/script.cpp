@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "nimbhost/entry_table.h"
+#include "nimbhost/password_mask.h"
 #include "nimbhost/value_parser.h"
 
 namespace nimb::standin {
@@ -14,13 +15,17 @@ constexpr std::string_view kBlanks = " \t\r";
 
 std::string marked(const std::string& place, std::string_view text, std::size_t position,
                    const std::string& message) {
+    const std::size_t password = passwordIn(text);
+    const bool secret = password < text.size() && position >= password;
+    if (secret) position = password;
     std::string margin;
     for (const char c : text.substr(0, position)) {
         const bool startsCharacter = (static_cast<unsigned char>(c) & 0xC0) != 0x80;
         margin += c == '\t' ? "\t" : startsCharacter ? " " : "";
     }
-    return place + ':' + std::to_string(margin.size() + 1) + ": " + message + "\n    " +
-           std::string(text) + "\n    " + margin + '^';
+    return place + ':' + std::to_string(margin.size() + 1) + ": " +
+           (secret ? std::string("here ") + kUnreadablePassword : message) + "\n    " +
+           withoutPassword(text) + "\n    " + margin + '^';
 }
 
 class ScriptParser {

@@ -19,9 +19,12 @@ int callOne(Tool& tool) {
                        standin::suggestion(entry, session.entryNames()));
     }
     VeltoList arguments;
+    constexpr std::size_t passwordAt = 4;
     for (std::size_t i = 1; i < tool.extras.size(); ++i) {
         const std::string value(withoutGuard(tool.extras[i]));
-        arguments.appendList(typedValue("value " + std::to_string(i), value, session.variables()));
+        const bool secret = entry == "zfConnectUser" && i == passwordAt;
+        arguments.appendList(
+            typedValue("value " + std::to_string(i), value, session.variables(), secret));
     }
     return script.runner().call(entry, arguments, false) ? allWell : failed;
 }
@@ -32,7 +35,7 @@ int callOne(Tool& tool) {
 void addCall(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("call", "one call: call ENTRY [VALUE...]");
     command->footer("How values are typed: nimbhost help values");
-    command->callback([&tool] { tool.action = [&tool] { return callOne(tool); }; });
+    tool.onChosen(command, [&tool] { return callOne(tool); });
 }
 
 }  // namespace nimb::nimbhost

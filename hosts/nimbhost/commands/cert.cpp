@@ -135,7 +135,7 @@ void addNew(CLI::App& cert, Tool& tool) {
         ->check(CLI::Range(1, 36500))
         ->type_name("N");
     command->add_flag("--force", options->force, "replace what exists");
-    command->callback([options, &tool] { tool.action = [options] { return makeNew(*options); }; });
+    tool.onChosen(command, [options] { return makeNew(*options); });
 }
 
 }  // namespace
@@ -148,8 +148,7 @@ void addCert(CLI::App& app, Tool& tool) {
     CLI::App* show = cert->add_subcommand("show", "names, dates and fingerprints of files");
     const auto paths = std::make_shared<std::vector<std::string>>();
     show->add_option("FILE|FOLDER", *paths, "certificates, keys, revocation lists")->required();
-    show->callback(
-        [paths, &tool] { tool.action = [paths, &tool] { return showFiles(*paths, tool); }; });
+    tool.onChosen(show, [paths, &tool] { return showFiles(*paths, tool); });
 }
 
 }  // namespace nimb::nimbhost

@@ -151,9 +151,7 @@ void addCheck(CLI::App& app, Tool& tool) {
             "-u,--url", *url,
             "play against this server instead of those in the pages, with $handle connected")
         ->type_name("URL");
-    command->callback([files, url, &tool] {
-        tool.action = [files, url, &tool] { return checkPages(tool, *files, *url); };
-    });
+    tool.onChosen(command, [files, url, &tool] { return checkPages(tool, *files, *url); });
 }
 
 }  // namespace nimb::nimbhost

@@ -106,17 +106,15 @@ void addDoctor(CLI::App& app, Tool& tool) {
     command->add_option("--expires", *expires, "fail when a certificate ends within so many days")
         ->check(CLI::Range(0, 36500))
         ->type_name("DAYS");
-    command->callback([=, &tool] {
-        tool.action = [=, &tool] {
-            std::vector<std::string> nodes = *operands;
-            if (!nodes.empty() && nodes[0].find("://") != std::string::npos) {
-                plant->setOperand(nodes[0]);
-                nodes.erase(nodes.begin());
-            }
-            Examination examination(tool, plant->settings(), nodes, *expires);
-            examination.examine();
-            return conclude(examination, tool.json);
-        };
+    tool.onChosen(command, [=, &tool] {
+        std::vector<std::string> nodes = *operands;
+        if (!nodes.empty() && nodes[0].find("://") != std::string::npos) {
+            plant->setOperand(nodes[0]);
+            nodes.erase(nodes.begin());
+        }
+        Examination examination(tool, plant->settings(), nodes, *expires);
+        examination.examine();
+        return conclude(examination, tool.json);
     });
 }
 

@@ -54,18 +54,16 @@ void addEndpoints(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("endpoints", "what a server offers, one line each");
     const auto plant = std::make_shared<PlantOptions>();
     plant->addTo(*command, true);
-    command->callback([plant, &tool] {
-        tool.action = [plant, &tool]() -> int {
-            const PlantSettings settings = plant->settings();
-            const std::chrono::milliseconds timeout(settings.timeout);
-            std::vector<Endpoint> endpoints;
-            {
-                const Progress progress("asking " + settings.url + " for its endpoints ...");
-                endpoints = endpointsOf(settings.url, timeout);
-            }
-            showEndpoints(endpoints, tool.json);
-            return allWell;
-        };
+    tool.onChosen(command, [plant, &tool]() -> int {
+        const PlantSettings settings = plant->settings();
+        const std::chrono::milliseconds timeout(settings.timeout);
+        std::vector<Endpoint> endpoints;
+        {
+            const Progress progress("asking " + settings.url + " for its endpoints ...");
+            endpoints = endpointsOf(settings.url, timeout);
+        }
+        showEndpoints(endpoints, tool.json);
+        return allWell;
     });
 }
 

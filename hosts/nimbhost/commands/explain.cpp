@@ -135,22 +135,20 @@ void addExplain(CLI::App& app, Tool& tool) {
         ->add_option("--manual", *table,
                      "print a table of the manual: set-up, connect, reach, fault")
         ->type_name("TABLE");
-    command->callback([text, table, &tool] {
-        tool.action = [text, table, &tool]() -> int {
-            if (!table->empty()) {
-                try {
-                    std::cout << manualTable(*table);
-                } catch (const std::out_of_range& error) {
-                    throw BadInput(error.what());
-                }
-                return allWell;
+    tool.onChosen(command, [text, table, &tool]() -> int {
+        if (!table->empty()) {
+            try {
+                std::cout << manualTable(*table);
+            } catch (const std::out_of_range& error) {
+                throw BadInput(error.what());
             }
-            std::string all;
-            for (const std::string& word : *text) all += (all.empty() ? "" : " ") + word;
-            if (all.empty())
-                throw BadInput("explain what? a status, the text of a failure, a log file");
-            return explain(tool, all);
-        };
+            return allWell;
+        }
+        std::string all;
+        for (const std::string& word : *text) all += (all.empty() ? "" : " ") + word;
+        if (all.empty())
+            throw BadInput("explain what? a status, the text of a failure, a log file");
+        return explain(tool, all);
     });
 }
 

@@ -71,15 +71,7 @@ int fit(Tool& tool, const PlantSettings& settings, const std::vector<std::string
 }  // namespace
 
 void addFit(CLI::App& app, Tool& tool) {
-    CLI::App* command =
-        app.add_subcommand("fit", "whether a poll of these nodes fits into a result");
-    const auto plant = std::make_shared<PlantOptions>();
-    const auto nodes = std::make_shared<std::vector<std::string>>();
-    plant->addTo(*command);
-    command->add_option("NODE", *nodes, "as for read")->required();
-    command->callback([plant, nodes, &tool] {
-        tool.action = [plant, nodes, &tool] { return fit(tool, plant->settings(), *nodes); };
-    });
+    addNodesCommand(app, tool, "fit", "whether a poll of these nodes fits into a result", fit);
 }
 
 }  // namespace nimb::nimbhost

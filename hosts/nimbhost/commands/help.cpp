@@ -121,11 +121,9 @@ void helpTopic(const std::string& topic) {
 
 void addList(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("list", "all entries with their arguments");
-    command->callback([&tool] {
-        tool.action = [] {
-            listEntries();
-            return static_cast<int>(allWell);
-        };
+    tool.onChosen(command, [] {
+        listEntries();
+        return static_cast<int>(allWell);
     });
 }
 
@@ -133,8 +131,7 @@ void addHelp(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("help", "an entry, a command, values, or scripts");
     const auto topic = std::make_shared<std::string>();
     command->add_option("TOPIC", *topic, "values, scripts, an entry, a command");
-    command->callback(
-        [topic, &app, &tool] { tool.action = [topic, &app] { return help(app, *topic); }; });
+    tool.onChosen(command, [topic, &app] { return help(app, *topic); });
 }
 
 }  // namespace nimb::nimbhost

@@ -159,9 +159,8 @@ void addLs(CLI::App& app, Tool& tool) {
     command->add_option("NODE", *node, "as for read; /Objects unless given");
     command->add_option("--depth", *depth, "levels (1)")->check(CLI::Range(1, 100))->type_name("N");
     command->add_flag("--values", *values, "the variables' values as well");
-    command->callback([=, &tool] {
-        tool.action = [=, &tool] { return list(tool, plant->settings(), *node, *depth, *values); };
-    });
+    tool.onChosen(command,
+                  [=, &tool] { return list(tool, plant->settings(), *node, *depth, *values); });
 }
 
 }  // namespace nimb::nimbhost

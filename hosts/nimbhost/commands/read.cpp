@@ -62,14 +62,7 @@ int readNodes(Tool& tool, const PlantSettings& settings, const std::vector<std::
 }  // namespace
 
 void addRead(CLI::App& app, Tool& tool) {
-    CLI::App* command = app.add_subcommand("read", "values, one line a node");
-    const auto plant = std::make_shared<PlantOptions>();
-    const auto nodes = std::make_shared<std::vector<std::string>>();
-    plant->addTo(*command);
-    command->add_option("NODE", *nodes, "ns=2;s=Tank1.Level, a path, or a bare name")->required();
-    command->callback([plant, nodes, &tool] {
-        tool.action = [plant, nodes, &tool] { return readNodes(tool, plant->settings(), *nodes); };
-    });
+    addNodesCommand(app, tool, "read", "values, one line a node", readNodes);
 }
 
 }  // namespace nimb::nimbhost

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "nimbhost/commands/script_session.h"
+#include "nimbhost/password_mask.h"
 #include "nimbhost/terminal/interruption.h"
 #include "nimbhost/terminal/terminal.h"
 
@@ -44,7 +45,7 @@ int runScript(Tool& tool, const std::string& name) {
     std::cout << std::flush;
     std::cerr << "nimbhost: " << wrong->place << ": this call "
               << (wrong->failureExpected ? "succeeded, but was to fail" : "failed") << "\n    "
-              << wrong->text << '\n';
+              << standin::withoutPassword(wrong->text) << '\n';
     return failed;
 }
 
@@ -56,8 +57,7 @@ void addRun(CLI::App& app, Tool& tool) {
     command->footer("How scripts are written: nimbhost help scripts");
     const auto name = std::make_shared<std::string>();
     command->add_option("SCRIPT", *name, "a file, or - for the standard input")->required();
-    command->callback(
-        [name, &tool] { tool.action = [name, &tool] { return runScript(tool, *name); }; });
+    tool.onChosen(command, [name, &tool] { return runScript(tool, *name); });
 }
 
 }  // namespace nimb::nimbhost

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "nimbhost/password_mask.h"
 #include "nimbhost/value_parser.h"
 
 namespace nimb::nimbhost {
@@ -16,7 +17,9 @@ standin::Variables definedVariables(const Tool& tool) {
         if (equals == std::string::npos || !standin::isName(name)) {
             throw BadInput("--define takes NAME=VALUE, not \"" + name + '"');
         }
-        variables.set(name, typedValue("--define " + name, text.substr(equals + 1), variables));
+        const bool secret = name.find("password") != std::string::npos;
+        variables.set(name,
+                      typedValue("--define " + name, text.substr(equals + 1), variables, secret));
     }
     return variables;
 }
@@ -33,9 +36,10 @@ standin::ReportOptions reportOptions(const Tool& tool) {
 }  // namespace
 
 VeltoList typedValue(const std::string& place, const std::string& text,
-                     const standin::Variables& variables) try {
+                     const standin::Variables& variables, bool secret) try {
     return standin::parseValue(text, 0, variables);
 } catch (const standin::SyntaxError& error) {
+    if (secret) throw BadInput(place + ' ' + standin::kUnreadablePassword);
     throw standin::InputError(place, text, error.position(), error.what());
 }
 

@@ -21,8 +21,11 @@ class ScriptSession {
     standin::ScriptRunner runner_;
 };
 
-/// One value given on the command line; `place` names it in errors. Throws standin::InputError.
+/// One value given on the command line.
+/// @param place   names it in errors
+/// @param secret  whether it may be a password, which errors do not show
+/// Throws standin::InputError; BadInput for a secret.
 VeltoList typedValue(const std::string& place, const std::string& text,
-                     const standin::Variables& variables);
+                     const standin::Variables& variables, bool secret);
 
 }  // namespace nimb::nimbhost

@@ -66,6 +66,7 @@ void showBytes(const HostCall& call) {
 }
 
 int show(const Tool& tool, const PlantSettings& plant) {
+    requireMode(plant);
     for (const HostCall& call : callsFor(plant)) {
         if (tool.json) {
             sayJson(Json{{"entry", call.entry}, {"call", scriptLine(call)}});
@@ -88,8 +89,7 @@ void addSetup(CLI::App& app, Tool& tool) {
         "setup", "the host's calls for a plant, ready to copy; --hex shows their bytes");
     const auto plant = std::make_shared<PlantOptions>();
     plant->addTo(*command, true);
-    command->callback(
-        [plant, &tool] { tool.action = [plant, &tool] { return show(tool, plant->settings()); }; });
+    tool.onChosen(command, [plant, &tool] { return show(tool, plant->settings()); });
 }
 
 }  // namespace nimb::nimbhost

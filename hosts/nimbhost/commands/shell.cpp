@@ -50,6 +50,12 @@ std::filesystem::path historyFile() {
                            : std::filesystem::path(home) / ".nimbhost_history";
 }
 
+/// Whether a line may go into the history: not if it logs in, or gives a variable a password.
+bool isKept(std::string_view line) {
+    return !line.empty() && line.find("zfConnectUser") == std::string_view::npos &&
+           line.find("password") == std::string_view::npos;
+}
+
 /// Lines from a terminal with editing, history and completion, or plainly from anything else.
 class LineSource {
   public:
@@ -78,12 +84,8 @@ class LineSource {
         const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt.c_str()),
                                                                &std::free);
         if (!line) return std::nullopt;
-        // What logs in holds a password: it is not kept.
-        const std::string_view text(line.get());
-        if (!text.empty() && text.find("zfConnectUser") == std::string_view::npos) {
-            add_history(line.get());
-        }
-        return std::string(text);
+        if (isKept(line.get())) add_history(line.get());
+        return line.get();
     }
 
   private:
@@ -106,20 +108,26 @@ std::string stateOf(standin::Session& session) {
     }
 }
 
+std::string withoutBlanks(const std::string& line) {
+    constexpr const char* blanks = " \t\r";
+    const std::size_t first = std::min(line.find_first_not_of(blanks), line.size());
+    return line.substr(first, line.find_last_not_of(blanks) + 1 - first);
+}
+
 bool opensBlock(const std::string& line) {
-    const std::size_t last = line.find_last_not_of(" \t\r");
-    return line.starts_with("repeat") && last != std::string::npos && line[last] == '{';
+    return line.starts_with("repeat") && line.ends_with('{');
 }
 
 /// A line, or a repeated block down to its closing brace.
 std::optional<std::string> readStatement(LineSource& lines, const std::string& prompt) {
     std::optional<std::string> text = lines.next(prompt);
+    if (text) text = withoutBlanks(*text);
     if (!text || !opensBlock(*text)) return text;
     for (int depth = 1; depth > 0;) {
         const std::optional<std::string> line = lines.next("... ");
         if (!line) break;
-        depth += opensBlock(*line) ? 1 : 0;
-        depth -= line->find_first_not_of(" \t") == line->find('}') && !line->empty() ? 1 : 0;
+        depth += opensBlock(withoutBlanks(*line)) ? 1 : 0;
+        depth -= withoutBlanks(*line).starts_with('}') ? 1 : 0;
         *text += '\n' + *line;
     }
     return text;
@@ -144,6 +152,14 @@ void answer(ScriptSession& script, const std::string& text) try {
     std::cerr << "nimbhost: " << error.what() << '\n';
 }
 
+/// Ctrl-C at a terminal ends what is under way, not the shell.
+bool goesOn(const LineSource& lines) {
+    if (pendingSignal() != SIGINT || !lines.edits()) return false;
+    forgetSignal();
+    std::cout << '\n';
+    return true;
+}
+
 int shell(Tool& tool) {
     ScriptSession script(tool);
     LineSource lines;
@@ -153,14 +169,15 @@ int shell(Tool& tool) {
     for (;;) {
         const auto text =
             readStatement(lines, lines.edits() ? "[" + stateOf(script.session()) + "]> " : "");
-        if (pendingSignal() == SIGINT && lines.edits()) {
-            forgetSignal();
-            std::cout << '\n';
-            continue;
-        }
+        if (goesOn(lines)) continue;
         checkInterrupted();
         if (!text || *text == "exit" || *text == "quit") return allWell;
-        answer(script, *text);
+        try {
+            answer(script, *text);
+            checkInterrupted();
+        } catch (const Interrupted&) {
+            if (!goesOn(lines)) throw;
+        }
     }
 }
 
@@ -168,7 +185,7 @@ int shell(Tool& tool) {
 
 void addShell(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("shell", "the script language, answered line by line");
-    command->callback([&tool] { tool.action = [&tool] { return shell(tool); }; });
+    tool.onChosen(command, [&tool] { return shell(tool); });
 }
 
 }  // namespace nimb::nimbhost

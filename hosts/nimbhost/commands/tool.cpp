@@ -91,11 +91,7 @@ PlantSettings PlantOptions::settings() const {
     return settings;
 }
 
-host::Plant plantOf(const PlantSettings& settings) {
-    if (settings.mode == 2) {
-        throw BadInput(settings.file.string() +
-                       ": mode = sign is not supported by the library; use encrypt or none");
-    }
+host::Plant plantOf(const PlantSettings& settings, const std::string& password) {
     host::Plant plant;
     plant.url = settings.url;
     plant.timeout = settings.timeout;
@@ -106,11 +102,30 @@ host::Plant plantOf(const PlantSettings& settings) {
         plant.revoked = settings.revoked;
         plant.uri = settings.uri;
     }
-    if (settings.user) {
-        plant.username = settings.user;
-        plant.password = passwordFor(settings);
-    }
+    plant.username = settings.user;
+    if (settings.user) plant.password = password;
     return plant;
+}
+
+host::Plant plantOf(const PlantSettings& settings) {
+    requireMode(settings);
+    return plantOf(settings, settings.user ? passwordFor(settings) : "");
+}
+
+void requireMode(const PlantSettings& settings) {
+    if (settings.mode != 2) return;
+    throw BadInput(settings.file.string() +
+                   ": mode = sign is not supported by the library; use encrypt or none");
+}
+
+void addNodesCommand(CLI::App& app, Tool& tool, const char* name, const char* description,
+                     NodesAction action) {
+    CLI::App* command = app.add_subcommand(name, description);
+    const auto plant = std::make_shared<PlantOptions>();
+    const auto nodes = std::make_shared<std::vector<std::string>>();
+    plant->addTo(*command);
+    command->add_option("NODE", *nodes, "ns=2;s=Tank1.Level, a path, or a bare name")->required();
+    tool.onChosen(command, [=, &tool] { return action(tool, plant->settings(), *nodes); });
 }
 
 void say(std::string_view line) { std::cout << line << '\n' << std::flush; }

@@ -26,7 +26,7 @@ enum ExitStatus : int {
 };
 
 /// What all commands share. Each command adds itself to the parser with the options that are its
-/// own, and puts what it does into `action`.
+/// own, and tells what it does once it is chosen.
 class Tool {
   public:
     std::string libraryPath;  ///< empty: not given
@@ -36,7 +36,11 @@ class Tool {
     bool raw = false;
     std::vector<std::string> definitions;  ///< NAME=VALUE
     std::vector<std::string> extras;       ///< words that no option took: the values of a call
-    std::function<int()> action;
+    std::function<int()> action;           ///< of the command that was chosen
+
+    void onChosen(CLI::App* command, std::function<int()> does) {
+        command->callback([this, does = std::move(does)] { action = does; });
+    }
 
     /// The library, loaded when it is first asked for. Throws host::LoadError.
     host::Library& library();
@@ -68,8 +72,13 @@ class PlantOptions {
     std::string passwordFile_;
 };
 
-/// For a connection: asks for the password when there is a user. Throws BadInput.
+/// For a connection: asks for the password when there is a user. Throws BadInput, also for a mode
+/// that the library refuses.
 host::Plant plantOf(const PlantSettings& settings);
+/// The same with a password that was asked for before.
+host::Plant plantOf(const PlantSettings& settings, const std::string& password);
+/// Throws BadInput for a mode that the library refuses.
+void requireMode(const PlantSettings& settings);
 
 /// One line to the standard output, which must be seen now: flushed.
 void say(std::string_view line);
@@ -87,6 +96,11 @@ std::string explained(const host::Failure& failure, const PlantSettings& setting
 
 /// What "nimbhost help" says of a topic: values, scripts, or an entry. Throws BadInput.
 void helpTopic(const std::string& topic);
+
+/// Adds a command that looks at nodes and takes no options of its own.
+using NodesAction = int (*)(Tool&, const PlantSettings&, const std::vector<std::string>& nodes);
+void addNodesCommand(CLI::App& app, Tool& tool, const char* name, const char* description,
+                     NodesAction action);
 
 // The commands, one file each.
 void addCall(CLI::App& app, Tool& tool);

@@ -143,9 +143,7 @@ void addTrust(CLI::App& app, Tool& tool) {
     plant->addTo(*command, true);
     command->add_option("--fingerprint", *fingerprint, "trust it if this is its SHA-256")
         ->type_name("SHA256");
-    command->callback([plant, fingerprint, &tool] {
-        tool.action = [plant, fingerprint] { return trust(plant->settings(), *fingerprint); };
-    });
+    tool.onChosen(command, [plant, fingerprint] { return trust(plant->settings(), *fingerprint); });
 }
 
 }  // namespace nimb::nimbhost

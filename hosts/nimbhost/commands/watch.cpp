@@ -71,6 +71,7 @@ class Watch {
     std::unique_ptr<Screen> screen_;
     Clock::time_point begun_ = Clock::now();
     Clock::time_point asked_{};  ///< when silence was last looked into
+    Clock::time_point told_{};   ///< when the sentence came
     unsigned long seen_ = 0;
     bool quit_ = false;
 };
@@ -78,6 +79,7 @@ class Watch {
 void Watch::tell(const std::string& sentence) {
     if (sentence == state_.sentence) return;
     state_.sentence = sentence;
+    told_ = Clock::now();
     if (!screen_ && !sentence.empty()) std::cerr << "nimbhost: " << sentence << '\n';
 }
 
@@ -113,7 +115,11 @@ void Watch::recover(Subscription& subscription, const std::string& reason) {
     if (options_.noRecover) throw std::runtime_error(reason + "; not set up again (--no-recover)");
     constexpr auto pause = milliseconds(1000);
     for (int tries = 1; !isOver(); ++tries) {
-        tell(reason + "; setting up again, try " + std::to_string(tries));
+        // A log is told once: a server may stay away for a night.
+        if (screen_ || tries == 1) {
+            tell("setting up again" + (screen_ ? ", try " + std::to_string(tries) : "") + ": " +
+                 reason);
+        }
         show(subscription);
         try {
             subscription.create();
@@ -134,15 +140,19 @@ void Watch::watchOver(Subscription& subscription) {
         std::chrono::duration_cast<milliseconds>(Clock::now() - subscription.lastAnswer());
     const milliseconds due = subscription.signOfLifeAfter();
     if (silence <= due) {
-        if (state_.sentence.starts_with("nothing for")) tell("");
+        constexpr auto longEnough = milliseconds(10000);  // for good news to be read
+        if (state_.sentence.starts_with("nothing for") || Clock::now() - told_ > longEnough) {
+            tell("");
+        }
         return;
     }
-    const std::string sentence = "nothing for " + durationText(silence) +
-                                 ", a sign of life was due after " + durationText(due);
-    if (screen_ || !state_.sentence.starts_with("nothing for"))
-        tell(sentence + "; asking the server");
     if (Clock::now() - asked_ < std::max(due, milliseconds(1000))) return;
     asked_ = Clock::now();
+    const std::string sentence = "nothing for " + durationText(silence) +
+                                 ", a sign of life was due after " + durationText(due);
+    if (screen_ || !state_.sentence.starts_with("nothing for")) {
+        tell(sentence + "; asking the server");
+    }
     show(subscription);
     try {
         subscription.tryConnection();
@@ -154,6 +164,7 @@ void Watch::watchOver(Subscription& subscription) {
     } catch (const host::Failure& failure) {
         if (failure.timedOut()) {
             state_.sentence = sentence + "; the server does not answer";
+            asked_ = Clock::now();
         } else {
             recover(subscription, std::string("the server is not reached: ") + failure.what());
         }
@@ -259,9 +270,8 @@ void addWatch(CLI::App& app, Tool& tool) {
         ->type_name("N");
     command->add_flag("--csv", options->csv, "source time, node, value and status with commas");
     command->add_flag("--no-recover", options->noRecover, "end when the session is lost");
-    command->callback([=, &tool] {
-        tool.action = [=, &tool] { return Watch(tool, plant->settings(), *options).run(*nodes); };
-    });
+    tool.onChosen(command,
+                  [=, &tool] { return Watch(tool, plant->settings(), *options).run(*nodes); });
 }
 
 }  // namespace nimb::nimbhost

@@ -1,7 +1,6 @@
 #include "nimbhost/commands/watch_view.h"
 
 #include <poll.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -95,27 +94,8 @@ std::vector<std::string> pictureOf(const WatchState& state, const Subscription& 
     return lines;
 }
 
-struct Screen::Terminal {
-    termios before{};
-    bool changed = false;
-};
-
-Screen::Screen() : terminal_(std::make_unique<Terminal>()) {
-    if (::tcgetattr(STDIN_FILENO, &terminal_->before) == 0) {
-        termios single = terminal_->before;
-        single.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-        single.c_cc[VMIN] = 0;
-        single.c_cc[VTIME] = 0;
-        terminal_->changed = ::tcsetattr(STDIN_FILENO, TCSANOW, &single) == 0;
-    }
-    std::cout << "\033[?1049h\033[?25l" << std::flush;  // a page of its own, no cursor
-}
-
-Screen::~Screen() {
-    std::cout.exceptions(std::ios::goodbit);
-    std::cout << "\033[?25h\033[?1049l" << std::flush;
-    if (terminal_->changed) ::tcsetattr(STDIN_FILENO, TCSANOW, &terminal_->before);
-}
+Screen::Screen() { openPage(); }
+Screen::~Screen() { closePage(); }
 
 void Screen::draw(const std::vector<std::string>& lines) {
     std::string out = "\033[H";
@@ -126,7 +106,7 @@ void Screen::draw(const std::vector<std::string>& lines) {
 }
 
 char Screen::key() {
-    if (!terminal_->changed) return 0;
+    if (!InputMode::isChanged()) return 0;
     char pressed = 0;
     return ::read(STDIN_FILENO, &pressed, 1) == 1 ? pressed : '\0';
 }

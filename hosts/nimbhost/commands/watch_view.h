@@ -6,6 +6,7 @@
 
 #include "nimbhost/commands/tool.h"
 #include "nimbhost/plant/subscription.h"
+#include "nimbhost/terminal/input_mode.h"
 
 namespace nimb::nimbhost {
 
@@ -48,8 +49,7 @@ class Screen {
     char key();
 
   private:
-    struct Terminal;
-    std::unique_ptr<Terminal> terminal_;
+    InputMode keys_{ICANON | ECHO};
 };
 
 }  // namespace nimb::nimbhost

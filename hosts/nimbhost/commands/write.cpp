@@ -76,10 +76,8 @@ void addWrite(CLI::App& app, Tool& tool) {
     command->add_option("NODE", *node, "as for read")->required();
     command->add_option("VALUE", *value, "a number, or the text of a String")->required();
     command->add_flag("--dry-run", *dryRun, "check everything and write nothing");
-    command->callback([=, &tool] {
-        tool.action = [=, &tool] {
-            return writeNode(tool, plant->settings(), *node, withoutGuard(*value), *dryRun);
-        };
+    tool.onChosen(command, [=, &tool] {
+        return writeNode(tool, plant->settings(), *node, withoutGuard(*value), *dryRun);
     });
 }
 

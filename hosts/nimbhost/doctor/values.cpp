@@ -31,19 +31,7 @@ std::string clockText(const host::Value& value) {
 }  // namespace
 
 void Examination::examineValues() {
-    host::Plant plant;
-    plant.url = plant_.url;
-    plant.timeout = plant_.timeout;
-    if (plant_.isEncrypted()) {
-        plant.certificate = plant_.certificate;
-        plant.key = plant_.key;
-        plant.trusted = plant_.trusted;
-        plant.revoked = plant_.revoked;
-        plant.uri = plant_.uri;
-    }
-    plant.username = plant_.user;
-    plant.password = password_;
-    host::Connection connection(tool_.library(), std::move(plant));
+    host::Connection connection(tool_.library(), plantOf(plant_, password_));
     try {
         std::vector<host::NodeId> ids{kServerClock};
         for (const NamedNode& node : resolveNodes(connection, nodes_, plant_.defaultNamespace)) {

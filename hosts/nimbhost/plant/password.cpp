@@ -1,5 +1,4 @@
 #include <sys/stat.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -7,31 +6,13 @@
 
 #include "nimbhost/certificates/files.h"
 #include "nimbhost/plant/plant_file.h"
+#include "nimbhost/terminal/input_mode.h"
+#include "nimbhost/terminal/interruption.h"
 #include "nimbhost/terminal/terminal.h"
 
 namespace nimb::nimbhost {
 
 namespace {
-
-/// Keeps what is typed from showing, until the end of its life.
-class NoEcho {
-  public:
-    NoEcho() {
-        if (::tcgetattr(STDIN_FILENO, &before_) != 0) return;
-        termios silent = before_;
-        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        changed_ = ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent) == 0;
-    }
-    ~NoEcho() {
-        if (changed_) ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
-    }
-    NoEcho(const NoEcho&) = delete;
-    NoEcho& operator=(const NoEcho&) = delete;
-
-  private:
-    termios before_{};
-    bool changed_ = false;
-};
 
 std::string fromFile(const std::string& path) {
     struct stat about {};
@@ -64,10 +45,12 @@ std::string passwordFor(const PlantSettings& settings) {
     std::cerr << "Password of " << *settings.user << ": " << std::flush;
     std::string password;
     {
-        const NoEcho silence;
+        const InputMode silent(ECHO);
         std::getline(std::cin, password);
     }
     std::cerr << '\n';
+    checkInterrupted();
+    if (!std::cin) throw BadInput("no password of " + *settings.user + " was typed");
     return password;
 }
 

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <thread>
 
+#include "nimbhost/terminal/input_mode.h"
+
 namespace nimb::nimbhost {
 
 namespace {
@@ -18,15 +20,17 @@ static_assert(std::atomic<int>::is_always_lock_free, "set by a signal handler");
 void mark(int signal) {
     constexpr int patience = 3;
     arrived = signal;
-    if (signal != SIGPIPE && ++count == patience) ::_exit(128 + signal);
+    if (signal != SIGPIPE && ++count == patience) {
+        restoreTerminal();
+        ::_exit(128 + signal);
+    }
 }
 
 }  // namespace
 
 void catchSignals() noexcept {
     struct sigaction action {};
-    action.sa_handler = mark;
-    action.sa_flags = SA_RESTART;
+    action.sa_handler = mark;  // not restarted: who waits for input is to hear of it
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         ::sigaction(signal, &action, nullptr);
     }

@@ -3,64 +3,15 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <sstream>
+#include <algorithm>
 
+#include "nimbhost_workplace.h"
 #include "testbed/certificates.h"
 #include "testbed/server_process.h"
-#include "testbed/temp_dir.h"
-#include "testbed/test_server.h"
-#include "testbed/wait_until.h"
 
 namespace nimb::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-constexpr const char* kServerUri = "urn:nimbopcua:plant-server";
-constexpr const char* kClientUri = "urn:waterworks-north:nimb-client";
-
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
-/// A folder to run commands in, with nimbhost in the path.
-class Workplace {
-  public:
-    Outcome run(const std::string& command) const {
-        const std::string line = "cd '" + folder.path().string() + "' && PATH='" +
-                                 fs::path(NIMB_HOST_PROGRAM).parent_path().string() +
-                                 "':$PATH NIMBOPCUA_LIBRARY='" NIMB_LIBRARY_PATH
-                                 "' && export PATH "
-                                 "NIMBOPCUA_LIBRARY && { " +
-                                 command + "\n} >.out 2>.err </dev/null";
-        const int status = std::system(line.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-                readFile(folder.path() / ".out"), readFile(folder.path() / ".err")};
-    }
-    std::string file(const std::string& name) const { return readFile(folder.path() / name); }
-
-    TempDir folder;
-};
-
-std::vector<nlohmann::json> jsonLines(const std::string& text) {
-    std::vector<nlohmann::json> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(nlohmann::json::parse(line));
-    return out;
-}
-
-bool holds(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
-// ------------------------------------------------------------------------------------------------
 
 TEST(Commands, MakeTrustAndUseAnEncryptedSessionFromNothing) {
     const Workplace place;
@@ -108,118 +59,6 @@ TEST(Commands, MakeTrustAndUseAnEncryptedSessionFromNothing) {
     EXPECT_EQ(weary.status, 1);
     EXPECT_EQ(jsonLines(weary.out).back()["ready"], false);
 }
-
-// ------------------------------------------------------------------------------------------------
-
-/// The certificates of all refusals. Nothing is added later.
-struct Office {
-    CertificateMaker maker;
-    Certificate client = maker.selfSigned("client", kClientUri);
-    Certificate other = maker.selfSigned("other", kClientUri);
-    Certificate late = maker.selfSigned("late", kClientUri, expired);
-    Certificate server = maker.selfSigned("server", kServerUri);
-    Certificate lateServer = maker.selfSigned("late-server", kServerUri, expired);
-    Certificate authority = maker.authority("authority");
-    Certificate otherAuthority = maker.authority("other-authority");
-    Certificate issued = maker.issue(authority, "issued", kServerUri);
-    Certificate revoked = maker.issue(authority, "revoked", kServerUri);
-    fs::path list = maker.revocationList(authority, "list", {revoked});
-    fs::path otherList = maker.revocationList(otherAuthority, "other-list", {});
-    fs::path lockedKey = maker.encryptedKey(client, "secret");
-};
-
-Office& office() {
-    static Office all;
-    return all;
-}
-
-/// How a plant of the shell commands and files below is refused, and what doctor must say.
-struct Refusal {
-    const char* name;
-    const char* prepare;  ///< shell commands in the plant's folder, with $O the office's
-    const char* says;
-    const char* server = "server";  ///< certificate of the server; empty: offers no encryption
-    const char* trusts = "client";  ///< whom the server trusts
-    const char* plant = "";         ///< lines of the plant file that differ
-};
-
-class RefusalTest : public testing::TestWithParam<Refusal> {
-  protected:
-    static std::string plantFile(const ServerProcess& server, const std::string& changed) {
-        std::string text = "url = " + server.url() + '\n' + changed;
-        for (const char* line : {"mode = encrypt", "certificate = client.der",
-                                 "key = client.key.pem", "trusted = trusted", "revoked = revoked",
-                                 "timeout = 5s", "uri = urn:waterworks-north:nimb-client"}) {
-            const std::string name = std::string(line).substr(0, std::string(line).find(' ') + 1);
-            if (!holds('\n' + changed, '\n' + name)) text += std::string(line) + '\n';
-        }
-        return text;
-    }
-    static std::vector<std::string> serverOptions(const Workplace& place, const Refusal& refusal) {
-        if (*refusal.server == '\0') return {};
-        const std::string base = (office().maker.directory().path() / refusal.server).string();
-        return {"--certificate",   base + ".der", "--key",
-                base + ".key.pem", "--trust",     place.folder.path() / "clients"};
-    }
-};
-
-TEST_P(RefusalTest, IsNamedByDoctor) {
-    const Refusal& refusal = GetParam();
-    const Workplace place;
-    const auto prepared =
-        place.run("set -e; O='" + office().maker.directory().path().string() +
-                  "'; mkdir trusted revoked "
-                  "clients; cp $O/client.der $O/client.key.pem .; chmod 600 *.key.pem; cp $O/" +
-                  refusal.trusts + ".der clients; cp $O/server.der trusted\n" + refusal.prepare);
-    ASSERT_EQ(prepared.status, 0) << prepared.err;
-    const ServerProcess server(serverOptions(place, refusal));
-    place.folder.write("p.conf", plantFile(server, refusal.plant));
-    const auto doctor = place.run("NIMBOPCUA_PASSWORD=wrong nimbhost doctor -p p");
-    EXPECT_EQ(doctor.status, 1);
-    std::string session;  // the library's own refusal, behind what the files tell by themselves
-    const std::size_t at = doctor.out.find("session ");
-    if (at != std::string::npos) session = doctor.out.substr(at);
-    EXPECT_TRUE(holds(session, refusal.says)) << doctor.out << doctor.err;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Manual, RefusalTest,
-    testing::Values(
-        Refusal{"Certificate", "rm client.der",
-                "set-up refused: the certificate or the key at that"},
-        Refusal{"TrustFolder", "rm -r trusted", "set-up refused: no such trust list folder"},
-        Refusal{"TrustSubfolder", "mkdir trusted/sub",
-                "set-up refused: something in the trust list folder is no readable file"},
-        Refusal{"RevocationFolder", "rm -r revoked",
-                "set-up refused: no such revocation list folder"},
-        Refusal{"LockedKey", "cp $O/client.key.encrypted.pem client.key.pem; chmod 600 *.pem",
-                "set-up refused: the key has a password, or is no key"},
-        Refusal{"RubbishFile", "echo rubbish > trusted/readme.txt",
-                "set-up refused: a file in one of the folders is no certificate"},
-        Refusal{"Mode", "", "set-up refused: a mode other than 1 and 3", "server", "client",
-                "mode = sign\n"},
-        Refusal{"Untrusted", "rm trusted/*; cp $O/other.der trusted",
-                "connect refused: the server's certificate is not in the trust list"},
-        Refusal{"Chain", "cp $O/issued.der trusted",
-                "connect refused: the certificate of the server's authority, or", "issued"},
-        Refusal{"LateServer", "cp $O/late-server.der trusted",
-                "connect refused: the server's certificate has expired", "late-server"},
-        Refusal{"LateClient", "cp $O/late.der client.der; cp $O/late.key.pem client.key.pem",
-                "connect refused: the server says this of our certificate", "server", "late"},
-        Refusal{"Revoked", "cp $O/authority.der trusted; cp $O/list.der revoked",
-                "connect refused: the server's certificate is revoked", "revoked"},
-        Refusal{"OtherList", "cp $O/authority.der trusted; cp $O/other-list.der revoked",
-                "connect refused: revocation lists are there, but none of", "issued"},
-        Refusal{"NotTrustedThere", "", "connect refused: the server does not trust our certificate",
-                "server", "other"},
-        Refusal{"Uri", "", "connect refused: the application URI of the set-up is not", "server",
-                "client", "uri = urn:another\n"},
-        Refusal{"DamagedCertificate", "echo rubbish > client.der",
-                "connect refused: our certificate or key is empty or damaged"},
-        Refusal{"NoEncryption", "", "connect refused: the server offers no encryption", ""},
-        Refusal{"Password", "", "connect refused: wrong user name or password", "server", "client",
-                "user = operator\n"}),
-    [](const auto& each) { return each.param.name; });
 
 // ------------------------------------------------------------------------------------------------
 
@@ -327,76 +166,6 @@ TEST_F(PlainServerTest, SaysInOneLineWhatIsWrongWithTheInput) {
 
 // ------------------------------------------------------------------------------------------------
 
-TEST(Interruption, LeavesNoSessionBehind) {
-    TestServer server;
-    const Workplace place;
-    place.folder.write("open.nimb",
-                       "zfCreateClientB\nzfSetupClientC $handle, 3000, 1, \"\", \"\", \"\", \"\", "
-                       "\"\", 0\nzfConnectB $handle, " +
-                           server.url() + "\nwait 20000\n");
-    for (const char* command : {"nimbhost run open.nimb", "nimbhost watch Tank1.Level -u $U"}) {
-        for (const char* signal : {"INT", "TERM"}) {
-            const auto outcome = place.run(std::string("U=") + server.url() +
-                                           "; for i in 1 2 3 4 5; do for j in 1 2 3 4 5; do "
-                                           "{ timeout --preserve-status -s " +
-                                           signal + " 1.$j " + command +
-                                           "; echo \"status $?\"; } & done; wait; done");
-            std::size_t interrupted = 0;
-            const std::string expected = std::string("status ") + (*signal == 'I' ? "130" : "143");
-            for (std::size_t at = 0; (at = outcome.out.find(expected, at)) != std::string::npos;
-                 ++at) {
-                ++interrupted;
-            }
-            EXPECT_EQ(interrupted, 25U) << outcome.out << outcome.err;
-        }
-    }
-    EXPECT_EQ(place
-                  .run("nimbhost run - <<'END' | head -1\n" + place.file("open.nimb") +
-                       "\nzfVersion\nEND")
-                  .status,
-              0);
-    EXPECT_TRUE(waitUntil([&] { return server.sessionCount() == 0; }))
-        << server.sessionCount() << " sessions are left";
-}
-
-TEST_F(PlainServerTest, DrawsOnATerminalOfAnySize) {
-    const std::string session = "nimb" + std::to_string(::getpid());
-    const auto tmux = [&](const std::string& command) {
-        return place_.run("tmux -L " + session + ' ' + command);
-    };
-    const auto shows = [&](const std::string& text) {
-        return waitUntil([&] { return holds(tmux("capture-pane -p").out, text); });
-    };
-    ASSERT_EQ(tmux("new-session -d -x 60 -y 20 sh").status, 0);
-    tmux("send-keys 'nimbhost watch Tank1.Level Pump1.State" + url() + "' Enter");
-    EXPECT_TRUE(shows("q quit  p pause"));
-    for (const int columns : {60, 80, 200}) {
-        tmux("resize-window -x " + std::to_string(columns) + " -y 20");
-        EXPECT_TRUE(waitUntil([&] {
-            const std::string picture = tmux("capture-pane -p").out;
-            const std::size_t row = picture.find("Tank1.Level ");
-            return row != std::string::npos && holds(picture, "LOST\n") &&
-                   holds(picture.substr(0, picture.find('\n')), "subscription");
-        })) << columns
-            << '\n'
-            << tmux("capture-pane -p").out;
-    }
-    tmux("send-keys p");
-    EXPECT_TRUE(shows("PAUSED"));
-    tmux("send-keys C-c");
-    // Keys that arrive before are the table's own.
-    EXPECT_TRUE(waitUntil([&] { return !holds(tmux("capture-pane -p").out, "q quit"); }));
-    tmux("send-keys 'echo status $?' Enter");
-    EXPECT_TRUE(shows("status 130"));
-    tmux("send-keys 'clear; TERM=dumb nimbhost watch -n 2 Tank1.Level" + url() +
-         "; echo done' Enter");
-    EXPECT_TRUE(shows("\ndone"));
-    EXPECT_FALSE(holds(tmux("capture-pane -p -e").out, "\033[1m"));
-    tmux("kill-server");
-}
-
-// ------------------------------------------------------------------------------------------------
-
 TEST_F(PlainServerTest, ExplainsCodesTextsAndLogs) {
     EXPECT_TRUE(holds(place_.run("nimbhost explain 2148139008").out, "BadTimeout"));
     EXPECT_TRUE(
@@ -406,37 +175,6 @@ TEST_F(PlainServerTest, ExplainsCodesTextsAndLogs) {
                         "StatusCode BadCertificateTimeInvalid\n");
     EXPECT_TRUE(holds(place_.run("nimbhost explain plant.log").out, "make a new one"));
 }
-
-TEST_F(PlainServerTest, PrintsTheTablesThatTheManualHas) {
-    for (const auto& [page, table] : {std::pair("security.md", "set-up"),
-                                      {"security.md", "connect"},
-                                      {"sessions.md", "reach"},
-                                      {"faults.md", "fault"}}) {
-        const std::string text = readFile(fs::path(NIMB_DOCS) / page);
-        const std::string mark = std::string("<!-- causes: ") + table + " -->\n";
-        const std::string printed =
-            place_.run(std::string("nimbhost explain --manual ") + table).out;
-        EXPECT_GT(printed.size(), 100U);
-        EXPECT_TRUE(holds(text, mark + printed)) << page << " lacks\n" << mark << printed;
-    }
-}
-
-class ManualTest : public testing::TestWithParam<const char*> {};
-
-TEST_P(ManualTest, ExamplesAnswerAsThePageSays) {
-    const ServerProcess server({"--move", "0"});
-    const Workplace place;
-    const auto checked =
-        place.run("nimbhost check -u " + server.url() + " '" NIMB_DOCS "/" + GetParam() + "'");
-    EXPECT_EQ(checked.status, 0) << checked.out << checked.err;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Pages, ManualTest,
-    testing::Values("nimbhost.md", "reading.md", "sessions.md", "subscriptions.md"),
-    [](const auto& each) {
-        return std::string(each.param).substr(0, std::string(each.param).find('.'));
-    });
 
 }  // namespace
 }  // namespace nimb::test

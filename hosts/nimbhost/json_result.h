@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "nimbhost/render.h"
-#include "nimbhost/session.h"
+#include "nimbhost/script_context.h"
 
 namespace nimb::standin {
 

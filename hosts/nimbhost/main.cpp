@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -82,7 +83,9 @@ int carryOut(std::vector<std::string> words) {
     try {
         app.parse(std::move(words));
     } catch (const CLI::Success& asked) {  // --help, --version
-        return app.exit(asked, std::cout, std::cerr);
+        const int status = app.exit(asked, std::cout, std::cerr);
+        std::cout << std::flush;
+        return status;
     } catch (const CLI::ParseError& error) {
         throw BadInput(error.what());
     }
@@ -108,9 +111,13 @@ int statusOfFailure() {
     } catch (const Interrupted& interruption) {
         return signalled + interruption.signal();
     } catch (const std::ios_base::failure&) {
-        const int error = errno;
         if (pendingSignal() != 0) return signalled + pendingSignal();
-        return complain(std::string("cannot write the results: ") + std::strerror(error), failed);
+        // What was called on the way here has its own errno; the next try fails as the first did.
+        errno = 0;
+        static_cast<void>(std::fflush(stdout));
+        return complain(std::string("cannot write the results") +
+                            (errno != 0 ? std::string(": ") + std::strerror(errno) : ""),
+                        failed);
     } catch (const BadInput& error) {
         return complain(error.what(), wrongInput);
     } catch (const standin::InputError& error) {

@@ -33,7 +33,7 @@ bool ScriptRunner::runOne(const Statement& statement) {
             nimbhost::interruptibleSleep(std::chrono::milliseconds(statement.count));
             return true;
         case Statement::Kind::set:
-            session_.variables().set(statement.name, values(statement));
+            context_.variables().set(statement.name, values(statement));
             return true;
         default:
             return call(statement.name, values(statement), statement.failureExpected);
@@ -43,7 +43,7 @@ bool ScriptRunner::runOne(const Statement& statement) {
 bool ScriptRunner::call(std::string_view entry, const VeltoList& arguments, bool failureExpected) {
     nimbhost::checkInterrupted();
     report_.call(entry, arguments);
-    const Outcome outcome = session_.call(entry, arguments);
+    const Outcome outcome = context_.call(entry, arguments);
     report_.outcome(entry, outcome, failureExpected);
     return outcome.failed == failureExpected;
 }
@@ -53,12 +53,12 @@ std::string ScriptRunner::quietly(const Statement& statement) {
         runOne(statement);
         return {};
     }
-    const Outcome outcome = session_.call(statement.name, values(statement));
+    const Outcome outcome = context_.call(statement.name, values(statement));
     return outcome.untouched || outcome.cut ? "(too long)" : describe(outcome.result);
 }
 
 VeltoList ScriptRunner::values(const Statement& statement) const try {
-    return parseValues(statement.text, statement.valuesAt, session_.variables());
+    return parseValues(statement.text, statement.valuesAt, context_.variables());
 } catch (const SyntaxError& error) {
     throw InputError(statement.place, statement.text, error.position(), error.what());
 }

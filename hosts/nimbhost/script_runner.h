@@ -5,14 +5,14 @@
 
 #include "nimbhost/report.h"
 #include "nimbhost/script.h"
-#include "nimbhost/session.h"
+#include "nimbhost/script_context.h"
 
 namespace nimb::standin {
 
 /// Carries out the statements of a script and reports each call.
 class ScriptRunner {
   public:
-    ScriptRunner(Session& session, Report& report) : session_(session), report_(report) {}
+    ScriptRunner(ScriptContext& context, Report& report) : context_(context), report_(report) {}
 
     /// Stops at the first call that did not end as expected, because later lines build on it.
     /// @return the statement with that call, or null when all went as expected
@@ -30,7 +30,7 @@ class ScriptRunner {
     bool runOne(const Statement& statement);
     VeltoList values(const Statement& statement) const;
 
-    Session& session_;
+    ScriptContext& context_;
     Report& report_;
 };
 

@@ -1,6 +1,7 @@
 #include "nimbhost/certificates/certificate.h"
 
 #include <arpa/inet.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 
 #include <array>
@@ -13,8 +14,7 @@ namespace {
 Instant instantOf(const ASN1_TIME* time) {
     std::tm parts{};
     if (time == nullptr || ASN1_TIME_to_tm(time, &parts) != 1) return {};
-    return std::chrono::floor<std::chrono::seconds>(
-        std::chrono::system_clock::from_time_t(timegm(&parts)));
+    return Instant(std::chrono::seconds(timegm(&parts)));
 }
 
 std::string nameText(const X509_NAME* name) {
@@ -43,8 +43,12 @@ std::string addressText(const ASN1_OCTET_STRING* address) {
 
 }  // namespace
 
+Instant instantNow() {
+    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+}
+
 std::string dayText(Instant instant) {
-    const std::time_t time = std::chrono::system_clock::to_time_t(instant);
+    const std::time_t time = instant.time_since_epoch().count();
     std::tm parts{};
     gmtime_r(&time, &parts);
     std::array<char, 16> text{};
@@ -90,6 +94,15 @@ std::vector<std::string> Certificate::names(int kind) const {
 std::string Certificate::applicationUri() const {
     const std::vector<std::string> uris = names(GEN_URI);
     return uris.empty() ? "" : uris.front();
+}
+
+bool Certificate::isFor(const std::string& host) const {
+    constexpr unsigned flags =
+        X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS;
+    const bool found = X509_check_ip_asc(get(), host.c_str(), 0) == 1 ||
+                       X509_check_host(get(), host.data(), host.size(), flags, nullptr) == 1;
+    ERR_clear_error();
+    return found;
 }
 
 std::vector<std::string> Certificate::hosts() const {

@@ -16,16 +16,22 @@ using Instant = std::chrono::sys_seconds;
 /// "2031-11-20", UTC.
 std::string dayText(Instant instant);
 
+/// In whole seconds: with the clock's own fractions, a comparison would reach the year 2262 at
+/// most, and certificates that are to hold for ever end in 9999.
+Instant instantNow();
+
 /// A certificate, as much of it as decides whether a session comes about.
 class Certificate {
   public:
     /// Reads DER or PEM; nothing when the bytes are no certificate.
     static std::optional<Certificate> parse(std::string_view bytes);
 
-    std::string subject() const;             ///< "CN=...,O=..." (RFC 2253)
-    std::string issuer() const;              ///< likewise
-    std::string applicationUri() const;      ///< the first URI among its names, or empty
-    std::vector<std::string> hosts() const;  ///< host names and addresses it is made out to
+    std::string subject() const;         ///< "CN=...,O=..." (RFC 2253)
+    std::string issuer() const;          ///< likewise
+    std::string applicationUri() const;  ///< the first URI among its names, or empty
+    std::vector<std::string> hosts() const;
+    /// Whether one of them is this host, or a pattern for it.
+    bool isFor(const std::string& host) const;  ///< host names and addresses it is made out to
     Instant notBefore() const;
     Instant notAfter() const;
     std::string sha256() const;  ///< fingerprint, "A2:24:..." in capitals

@@ -11,7 +11,7 @@ namespace nimb::nimbhost {
 namespace {
 
 std::string validity(const Certificate& certificate) {
-    const auto now = std::chrono::system_clock::now();
+    const Instant now = instantNow();
     if (now >= certificate.notAfter()) return "EXPIRED " + dayText(certificate.notAfter());
     if (now < certificate.notBefore())
         return "not valid before " + dayText(certificate.notBefore());
@@ -44,7 +44,7 @@ void describeKey(FileFinding& out) {
 void describeList(FileFinding& out) {
     out.kind = FileFinding::Kind::revocationList;
     const auto due = out.revocations->nextUpdate();
-    const bool late = due && *due <= std::chrono::system_clock::now();
+    const bool late = due && *due <= instantNow();
     out.text =
         "revocation list of " + out.revocations->issuer() +
         (due ? (late ? ", was due for renewal " : ", to be renewed by ") + dayText(*due) : "");

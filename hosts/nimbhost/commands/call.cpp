@@ -1,6 +1,6 @@
 // nimbhost call: one call of an entry.
 
-#include "nimbhost/commands/script_session.h"
+#include "nimbhost/commands/script_player.h"
 #include "nimbhost/entry_table.h"
 
 namespace nimb::nimbhost {
@@ -11,12 +11,12 @@ int callOne(Tool& tool) {
     if (tool.extras.empty()) {
         throw BadInput("call needs the name of an entry; \"nimbhost list\" shows them");
     }
-    ScriptSession script(tool);
-    standin::Session& session = script.session();
+    ScriptPlayer script(tool);
+    standin::ScriptContext& context = script.context();
     const std::string& entry = tool.extras[0];
-    if (session.library().find(entry) == nullptr) {
+    if (context.library().find(entry) == nullptr) {
         throw BadInput("unknown entry \"" + entry + '"' +
-                       standin::suggestion(entry, session.entryNames()));
+                       standin::suggestion(entry, context.entryNames()));
     }
     VeltoList arguments;
     constexpr std::size_t passwordAt = 4;
@@ -24,7 +24,7 @@ int callOne(Tool& tool) {
         const std::string value(withoutGuard(tool.extras[i]));
         const bool secret = entry == "zfConnectUser" && i == passwordAt;
         arguments.appendList(
-            typedValue("value " + std::to_string(i), value, session.variables(), secret));
+            typedValue("value " + std::to_string(i), value, context.variables(), secret));
     }
     return script.runner().call(entry, arguments, false) ? allWell : failed;
 }

@@ -87,11 +87,13 @@ int makeNew(const NewOptions& options) {
     makeFolder("revoked", 0755);
     writeWholeFile(key, made.keyPem, 0600, options.force);
     writeWholeFile(certificate, made.der, 0644, options.force);
-    writeWholeFile(plant, plantFileText(options), 0644, options.force);
+    // Its owner may have put a user, a password file and times into it since.
+    const bool keepsPlant = fs::exists(fs::symlink_status(plant));
+    if (!keepsPlant) writeWholeFile(plant, plantFileText(options), 0644, false);
     const auto parsed = Certificate::parse(made.der);
     say(certificate.string() + "      " + options.uri + ", until " + dayText(parsed->notAfter()));
     say(key.string() + "  readable by you alone; keep it");
-    say(plant.string() + ", trusted/, revoked/");
+    say(plant.string() + (keepsPlant ? " stays as it is" : "") + ", trusted/, revoked/");
     say("sha256 " + parsed->sha256());
     say("Next: give own/client.der to the server's administrator, then nimbhost trust --plant " +
         options.plant + (options.url.empty() ? " --url opc.tcp://HOST:PORT" : ""));
@@ -134,7 +136,7 @@ void addNew(CLI::App& cert, Tool& tool) {
     command->add_option("--days", options->days, "how long it holds (1825)")
         ->check(CLI::Range(1, 36500))
         ->type_name("N");
-    command->add_flag("--force", options->force, "replace what exists");
+    command->add_flag("--force", options->force, "replace certificate and key");
     tool.onChosen(command, [options] { return makeNew(*options); });
 }
 

@@ -4,7 +4,7 @@
 #include <regex>
 
 #include "nimbhost/certificates/files.h"
-#include "nimbhost/commands/script_session.h"
+#include "nimbhost/commands/script_player.h"
 #include "nimbhost/page/command_output.h"
 #include "nimbhost/page/page.h"
 #include "nimbhost/terminal/interruption.h"
@@ -14,7 +14,7 @@ namespace nimb::nimbhost {
 
 namespace {
 
-/// Plays one page. All its blocks share one session, as somebody who reads on would keep it.
+/// Plays one page. All its blocks share one context, as somebody who reads on would keep it.
 class PagePlayer {
   public:
     PagePlayer(Tool& tool, std::string file, std::string url)
@@ -26,7 +26,6 @@ class PagePlayer {
 
   private:
     void start();
-    std::string answerOf(const Example& example);
     std::string answerOfCall(const Example& example);
     std::string withUrl(const std::string& text) const;
     bool playOne(const Example& example);
@@ -34,7 +33,7 @@ class PagePlayer {
     Tool& tool_;
     std::string file_;
     std::string url_;
-    std::optional<ScriptSession> script_;
+    std::optional<ScriptPlayer> script_;
     std::size_t played_ = 0;
 };
 
@@ -48,23 +47,23 @@ std::string PagePlayer::withUrl(const std::string& text) const {
 void PagePlayer::start() {
     script_.emplace(tool_);
     if (url_.empty()) return;
-    standin::Session& session = script_->session();
-    session.call("zfCreateClientB", {});
+    standin::ScriptContext& context = script_->context();
+    context.call("zfCreateClientB", {});
     VeltoList setUp;
-    setUp.appendList(*session.variables().find("handle"));
+    setUp.appendList(*context.variables().find("handle"));
     setUp = setUp + 3000 + 1 + "" + "" + "" + "" + "" + 0;
-    session.call("zfSetupClientC", setUp);
+    context.call("zfSetupClientC", setUp);
     VeltoList connect;
-    connect.appendList(*session.variables().find("handle"));
-    session.call("zfConnectB", connect + url_);
+    connect.appendList(*context.variables().find("handle"));
+    context.call("zfConnectB", connect + url_);
 }
 
 std::string PagePlayer::answerOfCall(const Example& example) {
-    standin::Session& session = script_->session();
+    standin::ScriptContext& context = script_->context();
     const std::vector<standin::Statement> statements = standin::parseScript(
         file_,
         std::string(static_cast<std::size_t>(example.line) - 1, '\n') + withUrl(example.text),
-        session.variables(), session.entryNames());
+        context.variables(), context.entryNames());
     std::string answer;
     std::function<void(const std::vector<standin::Statement>&)> carryOut =
         [&](const std::vector<standin::Statement>& some) {
@@ -82,19 +81,21 @@ std::string PagePlayer::answerOfCall(const Example& example) {
     return answer;
 }
 
-std::string PagePlayer::answerOf(const Example& example) {
-    if (example.command) return outputOf(withUrl(example.text));
-    return answerOfCall(example);
-}
-
 bool PagePlayer::playOne(const Example& example) {
     const std::string place = file_ + ':' + std::to_string(example.line);
-    const std::string answer = answerOf(example);
+    CommandOutput output;
+    if (example.command) {
+        output = outputOf(withUrl(example.text));
+        checkInterrupted();
+    } else {
+        output.text = answerOfCall(example);
+        output.succeeded =
+            output.text.starts_with('0') || output.text.empty() || example.text[0] == '!';
+    }
+    const std::string& answer = output.text;
     ++played_;
     const bool empty = example.expected.find_first_not_of(" \t\r\n") == std::string::npos;
-    const bool good = empty ? example.command || answer.starts_with('0') ||
-                                  example.text[0] == '!' || answer.empty()
-                            : matches(example.expected, withUrl(answer));
+    const bool good = empty ? output.succeeded : matches(example.expected, withUrl(answer));
     if (tool_.json) {
         sayJson(Json{{"file", file_}, {"line", example.line}, {"ok", good}, {"answer", answer}});
     } else if (!good) {

@@ -3,7 +3,6 @@
 #include <iostream>
 #include <set>
 
-#include "base/prepared_read.h"
 #include "nimbhost/commands/tool.h"
 #include "nimbhost/plant/node_names.h"
 #include "nimbhost/plant/sample.h"
@@ -33,6 +32,8 @@ class Tree {
         walk(node, 1, -1);
         return std::move(entries_);
     }
+    /// What could not be listed, in a sentence each.
+    const std::vector<std::string>& gaps() const noexcept { return gaps_; }
 
   private:
     void walk(const host::NodeId& node, int depth, long parent);
@@ -43,6 +44,7 @@ class Tree {
     int depth_;
     Progress& progress_;
     std::vector<Entry> entries_;
+    std::vector<std::string> gaps_;
     std::set<host::NodeId> visited_;
 };
 
@@ -71,7 +73,13 @@ void Tree::walk(const host::NodeId& node, int depth, long parent) {
     if (depth > depth_ || !visited_.insert(node).second) return;
     progress_.say(std::to_string(entries_.size()) + " nodes so far, now below " +
                   host::notation(node) + " ...");
-    for (Entry& entry : entriesOf(node, depth, parent)) {
+    std::vector<Entry> children;
+    try {
+        children = entriesOf(node, depth, parent);
+    } catch (const host::TooLong& error) {
+        gaps_.emplace_back(error.what());
+    }
+    for (Entry& entry : children) {
         const auto id = entry.id;
         const bool method = entry.info.nodeClass == 4;
         entries_.push_back(std::move(entry));
@@ -81,20 +89,17 @@ void Tree::walk(const host::NodeId& node, int depth, long parent) {
 
 void readValues(host::Connection& connection, std::vector<Entry>& entries) {
     std::vector<host::NodeId> ids;
+    std::vector<host::NodeInfo> infos;
     std::vector<Entry*> variables;
     for (Entry& entry : entries) {
         if (entry.info.nodeClass != 2) continue;
         ids.push_back(*entry.id);
+        infos.push_back(entry.info);
         variables.push_back(&entry);
     }
     if (ids.empty()) return;
-    host::PreparedRead prepared(connection, ids);
-    const host::Reading reading = prepared.read();
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        Sample& sample = variables[i]->sample;
-        sample.value = reading.value(i, variables[i]->info, sample.warning);
-        sample.status = reading.status(i);
-    }
+    const std::vector<Sample> samples = readSamples(connection, ids, infos);
+    for (std::size_t i = 0; i < ids.size(); ++i) variables[i]->sample = samples[i];
 }
 
 Json jsonOf(const Entry& entry, bool values) {
@@ -131,10 +136,13 @@ int list(Tool& tool, const PlantSettings& settings, const std::string& typed, in
          bool values) {
     host::Connection connection(tool.library(), plantOf(settings));
     std::vector<Entry> entries;
+    std::vector<std::string> gaps;
     try {
         Progress progress("connecting to " + settings.url + " ...");
         const NamedNode node = resolveNodes(connection, {typed}, settings.defaultNamespace).front();
-        entries = Tree(connection, depth, progress).below(node.id);
+        Tree tree(connection, depth, progress);
+        entries = tree.below(node.id);
+        gaps = tree.gaps();
         if (values) readValues(connection, entries);
     } catch (const host::Failure& failure) {
         throw std::runtime_error(explained(failure, settings));
@@ -144,7 +152,8 @@ int list(Tool& tool, const PlantSettings& settings, const std::string& typed, in
     } else {
         showTree(entries, values, tool.library());
     }
-    return allWell;
+    for (const std::string& gap : gaps) std::cerr << "nimbhost: " << gap << '\n';
+    return gaps.empty() ? allWell : failed;
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <iostream>
 
-#include "base/prepared_read.h"
 #include "nimbhost/commands/tool.h"
 #include "nimbhost/plant/node_names.h"
 #include "nimbhost/plant/sample.h"
@@ -13,24 +12,11 @@ namespace nimb::nimbhost {
 
 namespace {
 
-std::vector<Sample> readSamples(host::Connection& connection, const std::vector<NamedNode>& nodes) {
+std::vector<Sample> samplesOf(host::Connection& connection, const std::vector<NamedNode>& nodes) {
     std::vector<host::NodeId> ids;
     for (const NamedNode& node : nodes) ids.push_back(node.id);
-    const auto infos = host::NodeCatalogue(connection).describe(ids);
-    host::PreparedRead prepared(connection, ids);
-    const host::Reading reading = prepared.read();
-    std::vector<Sample> samples;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        Sample sample;
-        sample.node = host::notation(ids[i]);
-        sample.name = nodes[i].typed;
-        sample.type = infos[i].type;
-        sample.value = reading.value(i, infos[i], sample.warning);
-        sample.status = reading.status(i);
-        sample.source = reading.sourceTime(i);
-        sample.server = reading.serverTime(i);
-        samples.push_back(std::move(sample));
-    }
+    auto samples = readSamples(connection, ids, host::NodeCatalogue(connection).describe(ids));
+    for (std::size_t i = 0; i < nodes.size(); ++i) samples[i].name = nodes[i].typed;
     return samples;
 }
 
@@ -39,8 +25,7 @@ int readNodes(Tool& tool, const PlantSettings& settings, const std::vector<std::
     std::vector<Sample> samples;
     try {
         const Progress progress("reading from " + settings.url + " ...");
-        samples =
-            readSamples(connection, resolveNodes(connection, typed, settings.defaultNamespace));
+        samples = samplesOf(connection, resolveNodes(connection, typed, settings.defaultNamespace));
     } catch (const host::Failure& failure) {
         throw std::runtime_error(explained(failure, settings));
     }

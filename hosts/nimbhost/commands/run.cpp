@@ -5,7 +5,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "nimbhost/commands/script_session.h"
+#include "nimbhost/commands/script_player.h"
 #include "nimbhost/password_mask.h"
 #include "nimbhost/terminal/interruption.h"
 #include "nimbhost/terminal/terminal.h"
@@ -35,11 +35,11 @@ std::string readScript(const std::string& name) {
 }
 
 int runScript(Tool& tool, const std::string& name) {
-    ScriptSession script(tool);
-    standin::Session& session = script.session();
+    ScriptPlayer script(tool);
+    standin::ScriptContext& context = script.context();
     const std::vector<standin::Statement> statements =
         standin::parseScript(name == "-" ? "standard input" : name, readScript(name),
-                             session.variables(), session.entryNames());
+                             context.variables(), context.entryNames());
     const standin::Statement* wrong = script.runner().run(statements);
     if (wrong == nullptr) return allWell;
     std::cout << std::flush;

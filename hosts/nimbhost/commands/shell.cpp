@@ -8,7 +8,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "nimbhost/commands/script_session.h"
+#include "nimbhost/commands/script_player.h"
 #include "nimbhost/entry_table.h"
 #include "nimbhost/terminal/interruption.h"
 #include "nimbhost/terminal/terminal.h"
@@ -93,11 +93,11 @@ class LineSource {
 };
 
 /// The state of $handle, as the prompt shows it.
-std::string stateOf(standin::Session& session) {
-    const VeltoList* handle = session.variables().find("handle");
+std::string stateOf(standin::ScriptContext& context) {
+    const VeltoList* handle = context.variables().find("handle");
     if (handle == nullptr || handle->empty()) return "no client";
     try {
-        const auto bytes = session.library().call("zfGetClientStateD", *handle);
+        const auto bytes = context.library().call("zfGetClientStateD", *handle);
         const VeltoROList state(bytes ? bytes->data() : nullptr, bytes ? bytes->size() : 0);
         if (state.at(0).AsLong() != 0)
             return state.at(2).AsLong() == 7 ? "not set up" : "no client";
@@ -133,14 +133,14 @@ std::optional<std::string> readStatement(LineSource& lines, const std::string& p
     return text;
 }
 
-void answer(ScriptSession& script, const std::string& text) try {
+void answer(ScriptPlayer& script, const std::string& text) try {
     if (text == "help" || text.starts_with("help ")) {
         helpTopic(text.size() > 5 ? text.substr(5) : "scripts");
         return;
     }
-    standin::Session& session = script.session();
+    standin::ScriptContext& context = script.context();
     const auto statements =
-        standin::parseScript("shell", text, session.variables(), session.entryNames());
+        standin::parseScript("shell", text, context.variables(), context.entryNames());
     if (script.runner().run(statements) != nullptr) {
         std::cerr << "nimbhost: the call did not end as expected\n";
     }
@@ -161,14 +161,14 @@ bool goesOn(const LineSource& lines) {
 }
 
 int shell(Tool& tool) {
-    ScriptSession script(tool);
+    ScriptPlayer script(tool);
     LineSource lines;
     if (lines.edits()) {
         std::cout << "Entries and script lines; Tab completes, help ENTRY tells more, exit ends.\n";
     }
     for (;;) {
         const auto text =
-            readStatement(lines, lines.edits() ? "[" + stateOf(script.session()) + "]> " : "");
+            readStatement(lines, lines.edits() ? "[" + stateOf(script.context()) + "]> " : "");
         if (goesOn(lines)) continue;
         checkInterrupted();
         if (!text || *text == "exit" || *text == "quit") return allWell;

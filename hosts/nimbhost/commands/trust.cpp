@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 void show(const Certificate& certificate, const PlantSettings& settings) {
-    const auto now = std::chrono::system_clock::now();
+    const Instant now = instantNow();
     const bool valid = certificate.notBefore() <= now && now < certificate.notAfter();
     std::string hosts;
     for (const std::string& host : certificate.hosts()) hosts += (hosts.empty() ? "" : ", ") + host;

@@ -16,7 +16,7 @@ std::size_t Examination::count(Finding::Result result) const {
 }
 
 std::string Examination::option() const {
-    return plant_.name.empty() ? plant_.url : "--plant " + plant_.name;
+    return plant_.name.empty() ? "--url " + plant_.url : "--plant " + plant_.name;
 }
 
 void Examination::examine() {

@@ -47,7 +47,7 @@ class Examination {
     void add(Finding::Result result, const std::string& text, const std::string& cure) {
         findings_.push_back({step_, result, text, cure});
     }
-    std::string option() const;  ///< "--plant north" or the URL, for cures
+    std::string option() const;  ///< "--plant north" or "--url URL", for cures
 
     void examineLibrary();
     void examineFiles();

@@ -30,7 +30,7 @@ void Examination::examineFiles() {
 
 void Examination::examineDates(const std::string& what, const Certificate& certificate,
                                const std::string& cure) {
-    const auto now = std::chrono::system_clock::now();
+    const Instant now = instantNow();
     constexpr int soon = 30;
     const auto left = std::chrono::duration_cast<std::chrono::days>(certificate.notAfter() - now);
     if (now >= certificate.notAfter()) {
@@ -123,7 +123,7 @@ void Examination::examineFolder(const std::string& folder, bool revocations) {
                      ": the set-up refuses the whole folder",
                  "rm " + each);
         } else if (revocations && finding.revocations->nextUpdate() &&
-                   *finding.revocations->nextUpdate() <= std::chrono::system_clock::now()) {
+                   *finding.revocations->nextUpdate() <= instantNow()) {
             warn(each + "  " + finding.text, "get the authority's new list");
         } else {
             ok(each + "  " + finding.text);

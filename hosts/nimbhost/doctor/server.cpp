@@ -19,6 +19,11 @@ std::string joined(const std::set<std::string>& words) {
     return out;
 }
 
+/// The names of this very machine, which the library takes for one.
+bool isLocal(const std::string& host) {
+    return host == "localhost" || host == "::1" || host.starts_with("127.");
+}
+
 }  // namespace
 
 void Examination::examineServer() {
@@ -68,12 +73,17 @@ void Examination::examineEndpoints(const std::vector<Endpoint>& endpoints) {
     examineDates("the server's certificate", *serverCertificate_, "the server needs a new one");
     const std::vector<std::string> names = serverCertificate_->hosts();
     const auto target = hostAndPort(plant_.url);
-    if (target && std::find(names.begin(), names.end(), target->host) == names.end()) {
+    const bool named =
+        target && (serverCertificate_->isFor(target->host) ||
+                   (isLocal(target->host) && std::any_of(names.begin(), names.end(), isLocal)));
+    if (target && !named) {
         std::string all;
         for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
         warn("its certificate names " + (all.empty() ? "no host" : harmless(all)) + ", not " +
                  target->host,
-             "nothing is refused for this");
+             serverCertificate_->isSelfSigned()
+                 ? "nothing is refused for this"
+                 : "refused unless this certificate itself lies in the trust list folder");
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "base/prepared_read.h"
 #include "nimbhost/doctor/examination.h"
 #include "nimbhost/plant/duration.h"
 #include "nimbhost/plant/fitting.h"
@@ -51,12 +50,9 @@ void Examination::examineValues() {
 
 void Examination::examineRead(host::Connection& connection, const std::vector<host::NodeId>& ids) {
     const auto infos = host::NodeCatalogue(connection).describe(ids);
-    host::PreparedRead prepared(connection, ids);
-    const host::Reading reading = prepared.read();
+    const std::vector<Sample> samples = readSamples(connection, ids, infos);
     for (std::size_t i = 0; i < ids.size(); ++i) {
-        Sample sample;
-        sample.value = reading.value(i, infos[i], sample.warning);
-        sample.status = reading.status(i);
+        const Sample& sample = samples[i];
         if (i == 0) {
             const std::string clock = clockText(sample.value);
             if (clock.empty()) {

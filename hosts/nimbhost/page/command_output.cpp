@@ -8,7 +8,7 @@
 
 namespace nimb::nimbhost {
 
-std::string outputOf(const std::string& command) {
+CommandOutput outputOf(const std::string& command) {
     const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
     // As a function the name keeps its place in pipes and behind assignments.
     const std::string script =
@@ -16,14 +16,15 @@ std::string outputOf(const std::string& command) {
     struct Closer {
         void operator()(std::FILE* pipe) const noexcept { ::pclose(pipe); }
     };
-    const std::unique_ptr<std::FILE, Closer> pipe(::popen(script.c_str(), "re"));
+    std::unique_ptr<std::FILE, Closer> pipe(::popen(script.c_str(), "re"));
     if (!pipe) throw std::runtime_error("cannot start a shell for " + command);
-    std::string out;
+    CommandOutput out;
     std::array<char, 4096> some{};
     std::size_t got = 0;
     while ((got = std::fread(some.data(), 1, some.size(), pipe.get())) > 0) {
-        out.append(some.data(), got);
+        out.text.append(some.data(), got);
     }
+    out.succeeded = ::pclose(pipe.release()) == 0;
     return out;
 }
 

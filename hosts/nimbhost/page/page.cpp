@@ -23,7 +23,11 @@ bool isScriptLine(std::string_view line) {
            standin::findHelp(word) != nullptr;
 }
 
-bool isCommand(std::string_view line) { return line.starts_with("$ nimbhost"); }
+std::string_view withoutPrompt(std::string_view line) {
+    return line.starts_with(kPrompt) ? line.substr(kPrompt.size()) : line;
+}
+
+bool isCommand(std::string_view line) { return withoutPrompt(line).starts_with("nimbhost "); }
 bool isOtherCommand(std::string_view line) { return line.starts_with(kPrompt) && !isCommand(line); }
 
 /// Takes the lines of a block one by one.
@@ -52,7 +56,7 @@ void BlockReader::add(int number, const std::string& line, PageError& error) {
     } else if (isScriptLine(text) || isCommand(text)) {
         const bool command = isCommand(text);
         block_.examples.push_back(
-            {number, command ? text.substr(kPrompt.size()) : text, command, ""});
+            {number, command ? std::string(withoutPrompt(text)) : text, command, ""});
         depth_ = text.starts_with("repeat") ? 1 : 0;
         script_ = command && text.ends_with("<<'END'");
         skipping_ = false;

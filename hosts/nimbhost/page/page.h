@@ -9,7 +9,7 @@ namespace nimb::nimbhost {
 /// A call or a command in a page, and what stands below it.
 struct Example {
     int line = 0;          ///< of the page, from 1
-    std::string text;      ///< a script line, or what stands behind "$ "
+    std::string text;      ///< a script line, or a command without the prompt
     bool command = false;  ///< of a shell, in contrast to a script line
     std::string expected;  ///< the lines below, up to the next example; empty: not compared
 };
@@ -27,8 +27,8 @@ struct PageError {
 };
 
 /// Finds the blocks that hold calls (lines that begin with the name of an entry, "!", set, wait,
-/// repeat or echo) or commands ("$ nimbhost ..."). Other blocks, and those whose fence names
-/// another language, are left out.
+/// repeat or echo) or commands ("nimbhost ...", also behind "$ "). Other blocks, and those whose
+/// fence names another language, are left out.
 /// @param error  set when the page cannot be read; its line is then not 0
 std::vector<Block> readPage(std::string_view page, PageError& error);
 

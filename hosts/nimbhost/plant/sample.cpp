@@ -1,10 +1,43 @@
 #include "nimbhost/plant/sample.h"
 
 #include <chrono>
+#include <iterator>
 
+#include "base/prepared_read.h"
 #include "nimbhost/terminal/terminal.h"
 
 namespace nimb::nimbhost {
+
+std::vector<Sample> readSamples(host::Connection& connection, std::span<const host::NodeId> nodes,
+                                std::span<const host::NodeInfo> infos) try {
+    host::PreparedRead prepared(connection, {nodes.begin(), nodes.end()});
+    const host::Reading reading = prepared.read();
+    std::vector<Sample> samples(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        Sample& sample = samples[i];
+        sample.node = sample.name = host::notation(nodes[i]);
+        sample.type = infos[i].type;
+        sample.value = reading.value(i, infos[i], sample.warning);
+        sample.status = reading.status(i);
+        sample.source = reading.sourceTime(i);
+        sample.server = reading.serverTime(i);
+    }
+    return samples;
+} catch (const host::TooLong&) {
+    // It names one node; the others are still wanted.
+    if (nodes.size() == 1) {
+        Sample sample;
+        sample.node = sample.name = host::notation(nodes[0]);
+        sample.type = infos[0].type;
+        sample.warning = "does not fit into the 32767 bytes of a result";
+        return {sample};
+    }
+    const std::size_t half = nodes.size() / 2;
+    auto samples = readSamples(connection, nodes.first(half), infos.first(half));
+    auto others = readSamples(connection, nodes.subspan(half), infos.subspan(half));
+    std::move(others.begin(), others.end(), std::back_inserter(samples));
+    return samples;
+}
 
 std::string valueText(const Sample& sample) {
     if (sample.value.isNull()) return sample.warning == nullptr ? "-" : sample.warning;
@@ -14,7 +47,7 @@ std::string valueText(const Sample& sample) {
 }
 
 std::string statusText(host::Library& library, const Sample& sample) {
-    if (!sample.status) return "no form";
+    if (!sample.status) return "-";
     return library.statusName(*sample.status & 0xFFFF0000U) +
            (sample.hasOverflow() ? ", overflow" : "");
 }

@@ -3,9 +3,13 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
-#include "base/library.h"
+#include "base/connection.h"
+#include "base/node_id.h"
+#include "base/nodes.h"
 #include "base/value.h"
 
 namespace nimb::nimbhost {
@@ -24,6 +28,11 @@ struct Sample {
     /// Earlier changes of the node were dropped at the server.
     bool hasOverflow() const noexcept { return status && (*status & 0x480U) == 0x480U; }
 };
+
+/// Reads values; a node's name is its notation. A value that alone does not fit into a result is
+/// missing, with a warning. Throws as Connection::reading.
+std::vector<Sample> readSamples(host::Connection& connection, std::span<const host::NodeId> nodes,
+                                std::span<const host::NodeInfo> infos);
 
 /// "42.5", a text as it is, an array in brackets; "-" where there is no value.
 std::string valueText(const Sample& sample);

@@ -19,8 +19,8 @@ class InputMode {
     static bool isChanged() noexcept;
 };
 
-/// Gives the terminal back as InputMode and a table that is redrawn have found it, for a process that
-/// ends without its destructors. Calls only what a signal handler may.
+/// Gives the terminal back as InputMode and a table that is redrawn have found it, for a process
+/// that ends without its destructors. Calls only what a signal handler may.
 void restoreTerminal() noexcept;
 
 /// Opens a page of its own on the terminal, without a cursor, and closes it again.

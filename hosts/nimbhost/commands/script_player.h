@@ -5,18 +5,18 @@
 
 namespace nimb::nimbhost {
 
-/// What call, run, shell and check share: a session that keeps variables, and the report of its
+/// What call, run, shell and check share: a context that keeps variables, and the report of its
 /// calls. Clients that are still there at its end are destroyed, however it ends.
-class ScriptSession {
+class ScriptPlayer {
   public:
     /// Throws BadInput for a --define that is none, standin::InputError for its value.
-    explicit ScriptSession(Tool& tool);
+    explicit ScriptPlayer(Tool& tool);
 
-    standin::Session& session() noexcept { return session_; }
+    standin::ScriptContext& context() noexcept { return context_; }
     standin::ScriptRunner& runner() noexcept { return runner_; }
 
   private:
-    standin::Session session_;
+    standin::ScriptContext context_;
     standin::Report report_;
     standin::ScriptRunner runner_;
 };

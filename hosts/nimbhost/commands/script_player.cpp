@@ -1,4 +1,4 @@
-#include "nimbhost/commands/script_session.h"
+#include "nimbhost/commands/script_player.h"
 
 #include <iostream>
 
@@ -43,9 +43,9 @@ VeltoList typedValue(const std::string& place, const std::string& text,
     throw standin::InputError(place, text, error.position(), error.what());
 }
 
-ScriptSession::ScriptSession(Tool& tool)
-    : session_(tool.library(), definedVariables(tool)),
+ScriptPlayer::ScriptPlayer(Tool& tool)
+    : context_(tool.library(), definedVariables(tool)),
       report_(std::cout, tool.library(), reportOptions(tool)),
-      runner_(session_, report_) {}
+      runner_(context_, report_) {}
 
 }  // namespace nimb::nimbhost

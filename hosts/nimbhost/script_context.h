@@ -22,15 +22,15 @@ struct Outcome {
 };
 
 /// Calls entries of any kind by name and keeps the variables that calls set.
-class Session {
+class ScriptContext {
   public:
     /// Declares the variables that calls set; `variables` has values for others, or for them too.
-    Session(host::Library& library, Variables variables);
+    ScriptContext(host::Library& library, Variables variables);
     /// Destroys the clients that are still there: a session that nobody closes stays on the plant's
     /// server for minutes.
-    ~Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    ~ScriptContext();
+    ScriptContext(const ScriptContext&) = delete;
+    ScriptContext& operator=(const ScriptContext&) = delete;
 
     /// Calls an entry; $result becomes its whole result, $handle and its like the first item of a
     /// successful one. Throws CallError.

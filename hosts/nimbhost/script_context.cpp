@@ -1,4 +1,4 @@
-#include "nimbhost/session.h"
+#include "nimbhost/script_context.h"
 
 #include "nimbhost/entry_table.h"
 
@@ -30,7 +30,7 @@ VeltoList textResult(host::Library& library, std::string_view entry, const Velto
 
 }  // namespace
 
-Session::Session(host::Library& library, Variables variables)
+ScriptContext::ScriptContext(host::Library& library, Variables variables)
     : library_(library), variables_(std::move(variables)) {
     variables_.declare("result");
     for (const EntryHelp& entry : entryTable()) {
@@ -38,7 +38,7 @@ Session::Session(host::Library& library, Variables variables)
     }
 }
 
-Outcome Session::call(std::string_view entry, const VeltoList& arguments) {
+Outcome ScriptContext::call(std::string_view entry, const VeltoList& arguments) {
     const nimb_callout_row* row = library_.find(entry);
     const std::string_view kind = row == nullptr ? "Bb" : row->arguments;
     Outcome outcome;
@@ -55,7 +55,7 @@ Outcome Session::call(std::string_view entry, const VeltoList& arguments) {
     return outcome;
 }
 
-Session::~Session() {
+ScriptContext::~ScriptContext() {
     for (const long long client : clients_) {
         try {
             library_.call("zfDestroyClientB", VeltoList() + client);
@@ -64,8 +64,8 @@ Session::~Session() {
     }
 }
 
-void Session::noteClient(std::string_view entry, const VeltoList& arguments,
-                         const Outcome& outcome) {
+void ScriptContext::noteClient(std::string_view entry, const VeltoList& arguments,
+                               const Outcome& outcome) {
     if (outcome.failed) {
         return;
     }
@@ -76,7 +76,7 @@ void Session::noteClient(std::string_view entry, const VeltoList& arguments,
     }
 }
 
-Outcome Session::callByList(std::string_view entry, const VeltoList& arguments) {
+Outcome ScriptContext::callByList(std::string_view entry, const VeltoList& arguments) {
     Outcome outcome;
     const auto bytes = library_.call(entry, arguments);
     outcome.untouched = !bytes;
@@ -93,7 +93,7 @@ Outcome Session::callByList(std::string_view entry, const VeltoList& arguments) 
     return outcome;
 }
 
-void Session::keep(std::string_view entry, const Outcome& outcome) {
+void ScriptContext::keep(std::string_view entry, const Outcome& outcome) {
     VeltoList whole;
     whole += static_cast<const VeltoROList&>(outcome.result);
     variables_.set("result", std::move(whole));
@@ -105,7 +105,7 @@ void Session::keep(std::string_view entry, const Outcome& outcome) {
     }
 }
 
-std::vector<std::string_view> Session::entryNames() const {
+std::vector<std::string_view> ScriptContext::entryNames() const {
     std::vector<std::string_view> names;
     for (const nimb_callout_row& row : library_.rows()) {
         names.emplace_back(row.name);

@@ -1,0 +1,150 @@
+// nimbhost at a terminal, and interrupted.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "nimbhost_workplace.h"
+#include "testbed/server_process.h"
+#include "testbed/test_server.h"
+#include "testbed/wait_until.h"
+
+namespace nimb::test {
+namespace {
+
+TEST(Interruption, LeavesNoSessionBehind) {
+    TestServer server;
+    const Workplace place;
+    place.folder.write("open.nimb",
+                       "zfCreateClientB\nzfSetupClientC $handle, 3000, 1, \"\", \"\", \"\", \"\", "
+                       "\"\", 0\nzfConnectB $handle, " +
+                           server.url() + "\nwait 20000\n");
+    for (const char* command : {"nimbhost run open.nimb", "nimbhost watch Tank1.Level -u $U"}) {
+        for (const char* signal : {"INT", "TERM"}) {
+            const auto outcome = place.run(std::string("U=") + server.url() +
+                                           "; for i in 1 2 3 4 5; do for j in 1 2 3 4 5; do "
+                                           "{ timeout --preserve-status -s " +
+                                           signal + " 1.$j " + command +
+                                           "; echo \"status $?\"; } & done; wait; done");
+            std::size_t interrupted = 0;
+            const std::string expected = std::string("status ") + (*signal == 'I' ? "130" : "143");
+            for (std::size_t at = 0; (at = outcome.out.find(expected, at)) != std::string::npos;
+                 ++at) {
+                ++interrupted;
+            }
+            EXPECT_EQ(interrupted, 25U) << outcome.out << outcome.err;
+        }
+    }
+    EXPECT_EQ(place
+                  .run("nimbhost run - <<'END' | head -1\n" + place.file("open.nimb") +
+                       "\nzfVersion\nEND")
+                  .status,
+              0);
+    EXPECT_TRUE(waitUntil([&] { return server.sessionCount() == 0; }))
+        << server.sessionCount() << " sessions are left";
+}
+
+/// A terminal with a shell in it.
+class TerminalTest : public testing::Test {
+  protected:
+    TerminalTest() {
+        tmux("new-session -d -x 60 -y 20 'HOME=. exec sh'");
+        keys("U=" + server_.url(), "Enter");
+    }
+    ~TerminalTest() override { tmux("kill-server"); }
+    TerminalTest(const TerminalTest&) = delete;
+    TerminalTest& operator=(const TerminalTest&) = delete;
+
+    Outcome tmux(const std::string& command) {
+        return place_.run("tmux -L nimb" + std::to_string(::getpid()) + ' ' + command);
+    }
+    void keys(const std::string& text, const std::string& key) {
+        tmux("send-keys -l '" + text + "'");
+        tmux("send-keys " + key);
+    }
+    std::string picture() { return tmux("capture-pane -p").out; }
+    testing::AssertionResult shows(const std::string& text) {
+        const bool seen = waitUntil([&] { return holds(picture(), text); });
+        return (seen ? testing::AssertionSuccess() : testing::AssertionFailure()) << picture();
+    }
+
+    Workplace place_;
+    ServerProcess server_{std::vector<std::string>{"--move", "100"}};
+};
+
+TEST_F(TerminalTest, ShowsATableOfItsSize) {
+    keys("nimbhost watch Tank1.Level Pump1.State -u $U", "Enter");
+    EXPECT_TRUE(shows("q quit  p pause"));
+    for (const int columns : {60, 80, 200}) {
+        tmux("resize-window -x " + std::to_string(columns) + " -y 20");
+        EXPECT_TRUE(waitUntil([&] {
+            const std::string seen = picture();
+            return holds(seen, "\nTank1.Level ") && holds(seen, "LOST\n") &&
+                   holds(seen.substr(0, seen.find('\n')), "subscription");
+        })) << columns
+            << '\n'
+            << picture();
+    }
+    tmux("send-keys p");
+    EXPECT_TRUE(shows("PAUSED"));
+    tmux("send-keys C-c");
+    // Keys that arrive before are the table's own.
+    EXPECT_TRUE(waitUntil([&] { return !holds(picture(), "q quit"); }));
+    keys("echo status $?", "Enter");
+    EXPECT_TRUE(shows("status 130"));
+    keys("clear; TERM=dumb nimbhost watch -n 2 Tank1.Level -u $U; echo done", "Enter");
+    EXPECT_TRUE(shows("\ndone"));
+    EXPECT_FALSE(holds(tmux("capture-pane -p -e").out, "\033[1m"));
+}
+
+TEST_F(TerminalTest, FollowsAServerThatGoesAndComesBack) {
+    keys("nimbhost watch Tank1.Level -u $U", "Enter");
+    EXPECT_TRUE(shows("q quit  p pause"));
+    server_.kill();
+    EXPECT_TRUE(shows("setting up again, try 2"));
+    server_.start();
+    EXPECT_TRUE(shows("the session was lost and set up again"));
+    tmux("send-keys q");
+    EXPECT_TRUE(shows("# \n"));
+}
+
+TEST_F(TerminalTest, IsGivenBackByTheThirdInterruption) {
+    keys("nimbhost watch --timeout 60s Tank1.Level -u $U", "Enter");
+    EXPECT_TRUE(shows("q quit  p pause"));
+    server_.freeze();
+    EXPECT_TRUE(shows("asking the server"));
+    for (int i = 0; i < 3; ++i) tmux("send-keys C-c");
+    keys("stty -a | grep -o \" echo \"; echo $((6 * 7))", "Enter");
+    EXPECT_TRUE(shows("\n echo\n42\n"));
+}
+
+TEST_F(TerminalTest, PromptsForAPasswordUntilItIsInterrupted) {
+    const std::string read = "nimbhost read Tank1.SetPoint --user operator -u $U; echo status $?";
+    keys(read, "Enter");
+    EXPECT_TRUE(shows("Password of operator:"));
+    keys("plant-7", "Enter");
+    EXPECT_TRUE(shows("Good"));
+    EXPECT_FALSE(holds(picture(), "plant-7"));
+    keys("clear; " + read, "Enter");
+    EXPECT_TRUE(shows("\nPassword of operator:"));
+    tmux("send-keys C-c");
+    EXPECT_TRUE(shows("status 130"));
+}
+
+TEST_F(TerminalTest, KeepsTheShellThroughAnInterruption) {
+    keys("nimbhost shell", "Enter");
+    EXPECT_TRUE(shows("[no client]> "));
+    keys("wait 30000", "Enter");
+    tmux("send-keys C-c");
+    keys("zfCreateClientB", "Enter");
+    EXPECT_TRUE(shows("[not set up]> "));
+    keys("zfConnectUser $handle, a, b, $ecret", "Enter");
+    EXPECT_TRUE(shows("a, b, ***"));
+    keys("  exit ", "Enter");
+    EXPECT_TRUE(waitUntil([&] { return fs::exists(place_.folder.path() / ".nimbhost_history"); }));
+    const std::string history = place_.file(".nimbhost_history");
+    EXPECT_TRUE(holds(history, "wait")) << history;
+    EXPECT_FALSE(holds(history, "ecret")) << history;
+}
+
+}  // namespace
+}  // namespace nimb::test

@@ -111,6 +111,10 @@ TEST_F(PlainServerTest, ReadsWritesAndListsByEveryKindOfName) {
     EXPECT_EQ((*level)["class"], "Variable");
     EXPECT_TRUE((*level)["value"].is_number());
 
+    const auto partly = place_.run("nimbhost read --json Odd.LongString Tank1.Level" + url());
+    EXPECT_EQ(partly.status, 1) << partly.err;
+    EXPECT_EQ(jsonLines(partly.out).at(1)["statusName"], "Good") << "lost with its neighbour";
+
     const auto fit =
         jsonLines(place_.run("nimbhost fit --json Tank1.Level Tank2.Level" + url()).out);
     EXPECT_EQ(fit.at(2)["bytes"], 2 + 2 * 126);
@@ -131,7 +135,7 @@ TEST_F(PlainServerTest, FollowsChangesOffATerminalWithinItsLimits) {
 
 TEST_F(PlainServerTest, SaysInOneLineWhatIsWrongWithTheInput) {
     struct Bad {
-        const char* command;
+        std::string command;
         int status;
         const char* says;
     };
@@ -153,11 +157,15 @@ TEST_F(PlainServerTest, SaysInOneLineWhatIsWrongWithTheInput) {
              Bad{"nimbhost check page.md", 2, "page.md:1: this fence is not closed"},
              Bad{"nimbhost --library /none call zfVersion", 3, "cannot load"},
              Bad{"nimbhost call zfVersion > /dev/full", 1, "No space left"},
+             Bad{"nimbhost --help > /dev/full", 1, "No space left"},
+             Bad{"nimbhost read --json Tank1.Level > /dev/full" + url(), 1, "No space left"},
+             Bad{"nimbhost call zfConnectUser 1 u v '\"plant-7'", 2, "is a password"},
          }) {
         const auto outcome = place_.run(bad.command);
         EXPECT_EQ(outcome.status, bad.status) << bad.command << '\n' << outcome.err;
         EXPECT_TRUE(holds(outcome.err, bad.says)) << bad.command << '\n' << outcome.err;
         EXPECT_LE(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+        EXPECT_FALSE(holds(outcome.err, "plant-7")) << outcome.err;
     }
     EXPECT_EQ(place_.run("nimbhost call zfGetStatusCodeNameB 0 --json").out,
               "{\"entry\":\"zfGetStatusCodeNameB\",\"status\":0,\"results\":{\"name\":\"Good\","
@@ -165,6 +173,23 @@ TEST_F(PlainServerTest, SaysInOneLineWhatIsWrongWithTheInput) {
 }
 
 // ------------------------------------------------------------------------------------------------
+
+TEST_F(PlainServerTest, KnowsCertificatesThatHoldAlmostForEver) {
+    const auto shown = place_.run(
+        "openssl req -x509 -newkey rsa:2048 -nodes -keyout key -out long.pem -days 2900000 -subj "
+        "/CN=x 2>.log; nimbhost cert show long.pem");
+    EXPECT_EQ(shown.status, 0) << shown.out;
+    EXPECT_TRUE(holds(shown.out, "until 99")) << shown.out;
+}
+
+TEST_F(PlainServerTest, CompletesPlantsWithoutCarryingOutTheirNames) {
+    const auto completed = place_.run(
+        "touch north.conf nord.conf '$(touch pwned).conf'; bash --norc -c '. " NIMB_DOCS
+        "/../packaging/completion/nimbhost; COMP_WORDS=(nimbhost read -p nor) COMP_CWORD=3; "
+        "_nimbhost; echo \"${COMPREPLY[@]}\"; COMP_WORDS[3]=; _nimbhost'; test ! -e pwned");
+    EXPECT_EQ(completed.status, 0);
+    EXPECT_EQ(completed.out, "nord north\n");
+}
 
 TEST_F(PlainServerTest, ExplainsCodesTextsAndLogs) {
     EXPECT_TRUE(holds(place_.run("nimbhost explain 2148139008").out, "BadTimeout"));

@@ -63,7 +63,9 @@ TEST_P(FromNothingTest, ConnectsAsThePagesSay) {
 
 INSTANTIATE_TEST_SUITE_P(Pages, FromNothingTest,
                          testing::Values("connect-your-host.md nothing-arrives.md", "security.md"),
-                         [](const auto& each) { return each.param[0] == 'c' ? "Host" : "Security"; });
+                         [](const auto& each) {
+                             return each.param[0] == 'c' ? "Host" : "Security";
+                         });
 
 }  // namespace
 }  // namespace nimb::test

@@ -21,6 +21,14 @@ struct Office {
     Certificate otherAuthority = maker.authority("other-authority");
     Certificate issued = maker.issue(authority, "issued", kServerUri);
     Certificate revoked = maker.issue(authority, "revoked", kServerUri);
+    Certificate elliptic =
+        maker.selfSigned("elliptic", kClientUri, longValid, {.key = ellipticKey});
+    Certificate elsewhere =
+        maker.issue(authority, "elsewhere", kServerUri, longValid, {.hosts = "DNS:elsewhere"});
+    Certificate old = maker.issue(authority, "old", kServerUri, longValid, {.digest = "sha1"});
+    Certificate unfit =
+        maker.issue(authority, "unfit", kServerUri, longValid, {.usage = "keyCertSign"});
+    Certificate misissued = maker.issue(server, "misissued", kServerUri);
     fs::path list = maker.revocationList(authority, "list", {revoked});
     fs::path otherList = maker.revocationList(otherAuthority, "other-list", {});
     fs::path lockedKey = maker.encryptedKey(client, "secret");
@@ -44,8 +52,9 @@ struct Refusal {
 class RefusalTest : public testing::TestWithParam<Refusal> {
   protected:
     static std::string plantFile(const ServerProcess& server, const std::string& changed) {
-        std::string text = "url = " + server.url() + '\n' + changed;
-        for (const char* line : {"mode = encrypt", "certificate = client.der",
+        std::string text = changed;
+        const std::string url = "url = " + server.url();
+        for (const char* line : {url.c_str(), "mode = encrypt", "certificate = client.der",
                                  "key = client.key.pem", "trusted = trusted", "revoked = revoked",
                                  "timeout = 5s", "uri = urn:waterworks-north:nimb-client"}) {
             const std::string name = std::string(line).substr(0, std::string(line).find(' ') + 1);
@@ -115,6 +124,22 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"DamagedCertificate", "echo rubbish > client.der",
                 "connect refused: our certificate or key is empty or damaged"},
         Refusal{"NoEncryption", "", "connect refused: the server offers no encryption", ""},
+        Refusal{"EllipticKey",
+                "cp $O/elliptic.der client.der; cp $O/elliptic.key.pem client.key.pem",
+                "set-up refused: a key on an elliptic curve"},
+        Refusal{"HostName", "cp $O/authority.der trusted",
+                "connect refused: issued by a trusted authority, for another host", "elsewhere"},
+        Refusal{"OldDigest", "cp $O/authority.der trusted", "connect refused: an old authority",
+                "old"},
+        Refusal{"KeyUsage", "cp $O/authority.der trusted",
+                "connect refused: the key of the server's certificate is not RSA, or its key usage",
+                "unfit"},
+        Refusal{"Issuer", "", "connect refused: what issued the certificate may not issue any",
+                "misissued"},
+        Refusal{"Port", "", "connect refused: nothing listens on that port", "server", "client",
+                "url = opc.tcp://127.0.0.1:1\n"},
+        Refusal{"Url", "", "connect refused: the URL is not", "server", "client",
+                "url = opc.tcp://\n"},
         Refusal{"Password", "", "connect refused: wrong user name or password", "server", "client",
                 "user = operator\n"}),
     [](const auto& each) { return each.param.name; });

@@ -69,6 +69,7 @@ class Watch {
     Limits limits_;
     WatchState state_;
     std::unique_ptr<Screen> screen_;
+    std::pair<std::size_t, std::size_t> drawn_;  ///< the terminal's size at the last picture
     Clock::time_point begun_ = Clock::now();
     Clock::time_point asked_{};  ///< when silence was last looked into
     Clock::time_point told_{};   ///< when the sentence came
@@ -195,11 +196,11 @@ void Watch::show(const Subscription& subscription) {
     if (!screen_) return;
     const bool wasPaused = state_.paused;
     handleKey(*screen_);
-    if (wasPaused && state_.paused && !isOver()) {
-        return;
-    }
-    screen_->draw(
-        pictureOf(state_, subscription, tool_.library(), terminalWidth(), terminalHeight()));
+    const std::pair size(terminalWidth(), terminalHeight());
+    const bool stands = wasPaused && state_.paused && size == drawn_;
+    if (stands && !isOver()) return;
+    drawn_ = size;
+    screen_->draw(pictureOf(state_, subscription, tool_.library(), size.first, size.second));
 }
 
 void Watch::follow(Subscription& subscription) {

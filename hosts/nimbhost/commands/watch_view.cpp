@@ -87,10 +87,11 @@ std::vector<std::string> pictureOf(const WatchState& state, const Subscription& 
         lines.push_back(styled(state.sentence.substr(0, width), Style::warning));
     }
     const unsigned long lost = subscription.lostInLibrary();
-    lines.push_back(spread("library's queue " + std::to_string(subscription.queued()) + " of " +
-                               std::to_string(subscription.queueBound()) +
-                               (lost == 0 ? ", none lost" : ", " + std::to_string(lost) + " LOST"),
-                           state.paused ? "PAUSED  q quit  p go on" : "q quit  p pause", width));
+    const std::string queue = "library's queue " + std::to_string(subscription.queued()) + " of " +
+                              std::to_string(subscription.queueBound()) +
+                              (lost == 0 ? ", none lost" : ", " + std::to_string(lost) + " LOST");
+    lines.push_back(state.paused ? spread("PAUSED", "q quit  p go on", width)
+                                 : spread(queue, "q quit  p pause", width));
     return lines;
 }
 

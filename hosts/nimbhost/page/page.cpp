@@ -40,20 +40,23 @@ class BlockReader {
 
   private:
     Block block_;
-    int depth_ = 0;        ///< of open braces: a repeated block is one example
-    bool script_ = false;  ///< within a command's own lines, down to END
+    int depth_ = 0;         ///< of open braces: a repeated block is one example
+    bool script_ = false;   ///< within a command's own lines, down to END
+    bool prompts_ = false;  ///< a prompt has been there: lines without one are answers
     bool skipping_ = false;
 };
 
 void BlockReader::add(int number, const std::string& line, PageError& error) {
     const std::string text = line.substr(std::min(line.find_first_not_of(" \t"), line.size()));
+    prompts_ = prompts_ || text.starts_with(kPrompt);
     if (script_) {
         block_.examples.back().text += '\n' + text;
         script_ = text != "END";
     } else if (depth_ > 0) {
         block_.examples.back().text += '\n' + line;
         depth_ -= text.starts_with('}') ? 1 : 0;
-    } else if (isScriptLine(text) || isCommand(text)) {
+    } else if ((isScriptLine(text) || isCommand(text)) &&
+               (!prompts_ || text.starts_with(kPrompt))) {
         const bool command = isCommand(text);
         block_.examples.push_back(
             {number, command ? std::string(withoutPrompt(text)) : text, command, ""});

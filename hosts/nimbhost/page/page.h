@@ -27,8 +27,9 @@ struct PageError {
 };
 
 /// Finds the blocks that hold calls (lines that begin with the name of an entry, "!", set, wait,
-/// repeat or echo) or commands ("nimbhost ...", also behind "$ "). Other blocks, and those whose
-/// fence names another language, are left out.
+/// repeat or echo) or commands ("nimbhost ...", also behind "$ "; once there was such a prompt,
+/// lines without it are answers). Other blocks, and those whose fence names another language, are
+/// left out.
 /// @param error  set when the page cannot be read; its line is then not 0
 std::vector<Block> readPage(std::string_view page, PageError& error);
 

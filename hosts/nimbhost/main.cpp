@@ -2,11 +2,11 @@
 // commands/, one file each.
 
 #include <langinfo.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -112,11 +112,11 @@ int statusOfFailure() {
         return signalled + interruption.signal();
     } catch (const std::ios_base::failure&) {
         if (pendingSignal() != 0) return signalled + pendingSignal();
-        // What was called on the way here has its own errno; the next try fails as the first did.
-        errno = 0;
-        static_cast<void>(std::fflush(stdout));
+        // Destructors on the way here had their own errno; what ends the broken line tells the
+        // reason.
+        const bool reason = ::write(STDOUT_FILENO, "\n", 1) < 0;
         return complain(std::string("cannot write the results") +
-                            (errno != 0 ? std::string(": ") + std::strerror(errno) : ""),
+                            (reason ? std::string(": ") + std::strerror(errno) : ""),
                         failed);
     } catch (const BadInput& error) {
         return complain(error.what(), wrongInput);

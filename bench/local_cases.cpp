@@ -1,5 +1,6 @@
 #include <array>
 #include <cstring>
+#include <stdexcept>
 
 #include "cases.h"
 #include "checks.h"
@@ -75,23 +76,33 @@ const std::array<signed char, 256> hexValues = [] {
     return values;
 }();
 
-/// A decoder by hand, one pass and one copy, for escapes of characters of two bytes and plain text.
+/// A decoder by hand, with one pass, one copy and the checks that bytes from a host need.
 std::size_t decodeByHand(const std::string& text, std::string& out) {
+    const char* at = text.data();
+    const char* const end = at + text.size();
     char* to = out.data();
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\') {
-            *to++ = text[i];
+    const auto digit = [&at](int i) { return int{hexValues[static_cast<unsigned char>(at[i])]}; };
+    const auto put = [&to](int byte) { *to++ = static_cast<char>(byte); };
+    while (at != end) {
+        if (*at != '\\') {
+            *to++ = *at++;
             continue;
         }
-        unsigned unit = 0;
-        for (std::size_t digit = i + 2; digit < i + 6; ++digit) {
-            const auto c = static_cast<unsigned char>(text.at(digit));
-            require(hexValues[c] >= 0, "digit");
-            unit = unit << 4 | static_cast<unsigned>(hexValues[c]);
+        if (end - at < 6 || at[1] != 'u') throw std::runtime_error("escape");
+        const int unit = digit(2) << 12 | digit(3) << 8 | digit(4) << 4 | digit(5);
+        if (unit < 0 || (unit >= 0xD800 && unit < 0xE000)) throw std::runtime_error("unit");
+        at += 6;
+        if (unit < 0x80) {
+            put(unit);
+        } else {
+            if (unit < 0x800) {
+                put(0xC0 | unit >> 6);
+            } else {
+                put(0xE0 | unit >> 12);
+                put(0x80 | (unit >> 6 & 0x3F));
+            }
+            put(0x80 | (unit & 0x3F));
         }
-        *to++ = static_cast<char>(0xC0 | unit >> 6);
-        *to++ = static_cast<char>(0x80 | (unit & 0x3F));
-        i += 5;
     }
     return static_cast<std::size_t>(to - out.data());
 }

@@ -41,11 +41,10 @@ int unitOfEscape(const char* text, const char* end) {
     if (end - text < kEscapeLength || text[1] != 'u') {
         return -1;
     }
-    int unit = 0;
-    for (std::ptrdiff_t i = 2; i < kEscapeLength; ++i) {
-        unit = unit << 4 | kHexValues[static_cast<unsigned char>(text[i])];
-    }
-    return unit;  // a digit that is none has made it negative for good
+    const auto digit = [text](int i) {
+        return int{kHexValues[static_cast<unsigned char>(text[i])]};
+    };
+    return digit(2) << 12 | digit(3) << 8 | digit(4) << 4 | digit(5);  // negative if one is
 }
 
 /// Decodes up to the first escape that is none, in one pass. Returns the end of what it wrote.
@@ -55,34 +54,32 @@ char* unescape(std::string_view text, char* out) {
     const char* at = text.data();
     const char* const end = at + text.size();
     while (at != end) {
-        if (end - at >= kGroup) {
-            std::memcpy(out, at, kGroup);
-            const std::size_t plain = plainInGroup(at);
-            out += plain;
-            at += plain;
-            if (plain == kGroup) {
-                continue;
+        if (*at != '\\') {
+            if (end - at >= kGroup) {
+                std::memcpy(out, at, kGroup);
+                const std::size_t plain = plainInGroup(at);
+                out += plain;
+                at += plain;
+            } else {
+                *out++ = *at++;
             }
-        } else if (*at != '\\') {
-            *out++ = *at++;
-            continue;
-        }
-        if (end - at >= 2 && at[1] == '\\') {
-            *out++ = '\\';
-            at += 2;
             continue;
         }
         const int unit = unitOfEscape(at, end);
-        if (unit < 0) {
+        if (unit >= 0) {
+            // Each unit by itself, so that either half of a surrogate pair is refused.
+            if (isSurrogate(static_cast<char32_t>(unit))) {
+                throw UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
+                             "Error converting escaped string to UTF-8");
+            }
+            out = putUtf8(out, static_cast<char32_t>(unit));
+            at += kEscapeLength;
+        } else if (end - at >= 2 && at[1] == '\\') {
+            *out++ = '\\';
+            at += 2;
+        } else {
             break;
         }
-        // Each unit by itself, so that either half of a surrogate pair is refused.
-        if (isSurrogate(static_cast<char32_t>(unit))) {
-            throw UACErr(UACERR_APPLICATION, APPERR_VARIANT_CONVERSION,
-                         "Error converting escaped string to UTF-8");
-        }
-        out = putUtf8(out, static_cast<char32_t>(unit));
-        at += kEscapeLength;
     }
     return out;
 }

@@ -94,4 +94,7 @@ TupleTableSlot* nimb_update(EState* estate, ResultRelInfo* result, TupleTableSlo
                             TupleTableSlot* plan_slot);
 void nimb_end_modify(EState* estate, ResultRelInfo* result);
 
+/** What a node consists of, freed with the current memory context. Raises errors. */
+const NimbChildren* nimb_children(NimbSession* session, const char* node,
+                                  const ForeignServer* server);
 List* nimb_import(ImportForeignSchemaStmt* statement, Oid server);

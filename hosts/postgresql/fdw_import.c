@@ -54,22 +54,6 @@ static char* unique(List** names, const char* name) {
     return candidate;
 }
 
-/* The browse is freed with the memory of the command, also when an error ends it. */
-static void forget(void* argument) { nimb_browse_free(argument); }
-
-static const NimbChildren* browse(NimbSession* session, const char* node,
-                                  const ForeignServer* server) {
-    MemoryContextCallback* callback = palloc0(sizeof *callback);
-    NimbError error = {0};
-    NimbChildren* children = nimb_browse(session, node, &error);
-    CHECK_FOR_INTERRUPTS();
-    if (children == NULL) nimb_raise(&error, &(NimbPlace){.server = server->servername});
-    callback->func = forget;
-    callback->arg = children;
-    MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);
-    return children;
-}
-
 /* Null when no column came about. */
 static char* table_of(const char* name, const NimbChildren* children, const ForeignServer* server) {
     StringInfoData text;
@@ -115,7 +99,7 @@ List* nimb_import(ImportForeignSchemaStmt* statement, Oid server_id) {
                         errmsg("there are no options for the import of a schema")));
     }
     session = nimb_open_session(server, GetUserId());
-    parts = browse(session, statement->remote_schema, server);
+    parts = nimb_children(session, statement->remote_schema, server);
     name = unique(&names, identifier_of(nimb_parent_name(parts)));
     if (is_wanted(statement, name)) {
         char* command = table_of(name, parts, server);
@@ -126,7 +110,7 @@ List* nimb_import(ImportForeignSchemaStmt* statement, Oid server_id) {
         if (child->node_class != kObject) continue;
         name = unique(&names, identifier_of(child->name));
         if (is_wanted(statement, name)) {
-            command = table_of(name, browse(session, child->node, server), server);
+            command = table_of(name, nimb_children(session, child->node, server), server);
         }
         if (command != NULL) commands = lappend(commands, command);
     }

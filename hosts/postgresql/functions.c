@@ -32,27 +32,40 @@ static void put(ReturnSetInfo* result, Datum* values, bool* nulls) {
     tuplestore_putvalues(result->setResult, result->setDesc, values, nulls);
 }
 
-static void forget_browse(void* argument) { nimb_browse_free(argument); }
+static void forget_browse(void* argument) {
+    if (argument != NULL) nimb_browse_free(argument);
+}
+
+/* What is held for the statement is registered before it exists: a cancel may follow at once. */
+static MemoryContextCallback* hold(MemoryContextCallbackFunction forget) {
+    MemoryContextCallback* callback = palloc0(sizeof *callback);
+    callback->func = forget;
+    MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);
+    return callback;
+}
+
+const NimbChildren* nimb_children(NimbSession* session, const char* node,
+                                  const ForeignServer* server) {
+    MemoryContextCallback* held = hold(forget_browse);
+    NimbError error = {0};
+    held->arg = nimb_browse(session, node, &error);
+    CHECK_FOR_INTERRUPTS();
+    if (held->arg == NULL) nimb_raise(&error, &(NimbPlace){.server = server->servername});
+    return held->arg;
+}
 
 Datum nimbopcua_browse(PG_FUNCTION_ARGS) {
     const ForeignServer* server =
         GetForeignServerByName(text_to_cstring(PG_GETARG_TEXT_PP(0)), false);
     const char* node = text_to_cstring(PG_GETARG_TEXT_PP(1));
-    MemoryContextCallback* callback = palloc0(sizeof *callback);
+    const NimbChildren* children;
     const NimbChild* child;
-    NimbChildren* children;
-    NimbError error = {0};
     if (GetFdwRoutineByServerId(server->serverid)->IterateForeignScan != nimb_iterate_scan) {
         refuse_foreign(server->servername);
     }
     check_usage(server);
     InitMaterializedSRF(fcinfo, 0);
-    children = nimb_browse(nimb_open_session(server, GetUserId()), node, &error);
-    CHECK_FOR_INTERRUPTS();
-    if (children == NULL) nimb_raise(&error, &(NimbPlace){.server = server->servername});
-    callback->func = forget_browse;
-    callback->arg = children;
-    MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);
+    children = nimb_children(nimb_open_session(server, GetUserId()), node, server);
     for (size_t i = 0; (child = nimb_child(children, i)) != NULL; ++i) {
         bool nulls[3] = {false, false, child->class_name[0] == '\0'};
         Datum values[3] = {CStringGetTextDatum(child->name), CStringGetTextDatum(child->node),
@@ -62,7 +75,9 @@ Datum nimbopcua_browse(PG_FUNCTION_ARGS) {
     return (Datum)0;
 }
 
-static void forget_changes(void* argument) { nimb_changes_free(argument); }
+static void forget_changes(void* argument) {
+    if (argument != NULL) nimb_changes_free(argument);
+}
 
 static bool any_column(AttrNumber attno, void* argument) { return true; }
 
@@ -121,8 +136,8 @@ static void unfollow_dropped(const NimbPlace* place) {
 static NimbChanges* open_changes(Oid relid, int64 after, NimbPlace* place) {
     Relation relation = table_open(relid, AccessShareLock);
     const AclResult right = pg_class_aclcheck(relid, GetUserId(), ACL_SELECT);
+    MemoryContextCallback* held = hold(forget_changes);
     const ForeignServer* server;
-    NimbChanges* changes;
     NimbTable table;
     NimbError error = {0};
     place->table = pstrdup(RelationGetRelationName(relation));
@@ -135,16 +150,15 @@ static NimbChanges* open_changes(Oid relid, int64 after, NimbPlace* place) {
     server = GetForeignServer(GetForeignTable(relid)->serverid);
     place->server = server->servername;
     unfollow_dropped(place);
-    changes = nimb_changes(nimb_open_session(server, GetUserId()), relid, nimb_nodes_of(&table),
-                           after, (size_t)table.queue, &error);
+    held->arg = nimb_changes(nimb_open_session(server, GetUserId()), relid, nimb_nodes_of(&table),
+                             after, (size_t)table.queue, &error);
     CHECK_FOR_INTERRUPTS();
-    if (changes == NULL) nimb_raise(&error, place);
+    if (held->arg == NULL) nimb_raise(&error, place);
     table_close(relation, NoLock);
-    return changes;
+    return held->arg;
 }
 
 Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
-    MemoryContextCallback* callback = palloc0(sizeof *callback);
     MemoryContext row_memory =
         AllocSetContextCreate(CurrentMemoryContext, "nimb.changes", ALLOCSET_DEFAULT_SIZES);
     NimbPlace place = {0};
@@ -154,9 +168,6 @@ Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
     if (PG_ARGISNULL(0)) return (Datum)0;
     /* The largest number of an empty history is NULL. */
     changes = open_changes(PG_GETARG_OID(0), PG_ARGISNULL(1) ? 0 : PG_GETARG_INT64(1), &place);
-    callback->func = forget_changes;
-    callback->arg = changes;
-    MemoryContextRegisterResetCallback(CurrentMemoryContext, callback);
     source = CStringGetTextDatum(place.table);
     for (size_t i = 0; i < nimb_changes_size(changes); ++i) {
         MemoryContext before = MemoryContextSwitchTo(row_memory);

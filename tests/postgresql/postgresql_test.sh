@@ -88,12 +88,13 @@ ended_from_outside() {
     local begin
     kill -STOP "$plant"
     psql -qAtX -v VERBOSITY=verbose -c 'BEGIN' -c 'LOCK TABLE history' -c 'SELECT level FROM tank' \
-        >"$root/printed" 2>&1 &
+        >"$root/ended" 2>&1 &
     eventually "SELECT count(*) = 1 FROM pg_stat_activity WHERE query LIKE 'SELECT level%' AND state = 'active'"
     begin=$(date +%s%N)
     query "SELECT $1(pid) FROM pg_stat_activity WHERE query LIKE 'SELECT level%'" >"$root/done"
     takes 0 "$2" query 'SELECT count(*) FROM history'
     wait "$!" || true
+    mv "$root/ended" "$root/printed"
     [ $((($(date +%s%N) - begin) / 1000000)) -lt "$3" ] || fail "$1 took too long"
     printed "$4"
     kill -CONT "$plant"

@@ -184,8 +184,8 @@ TEST_F(PlainServerTest, KnowsCertificatesThatHoldAlmostForEver) {
 
 TEST_F(PlainServerTest, CompletesPlantsWithoutCarryingOutTheirNames) {
     const auto completed = place_.run(
-        "touch north.conf nord.conf '$(touch pwned).conf'; bash --norc -c '. " NIMB_DOCS
-        "/../packaging/completion/nimbhost; COMP_WORDS=(nimbhost read -p nor) COMP_CWORD=3; "
+        "touch north.conf nord.conf '$(touch pwned).conf'; bash --norc -c '. \"" NIMB_DOCS
+        "/../packaging/completion/nimbhost\"; COMP_WORDS=(nimbhost read -p nor) COMP_CWORD=3; "
         "_nimbhost; echo \"${COMPREPLY[@]}\"; COMP_WORDS[3]=; _nimbhost'; test ! -e pwned");
     EXPECT_EQ(completed.status, 0);
     EXPECT_EQ(completed.out, "nord north\n");

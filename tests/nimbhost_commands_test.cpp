@@ -13,6 +13,22 @@
 namespace nimb::test {
 namespace {
 
+TEST(Commands, KeepKeyAndCertificateTogetherWhenEndedInTheMiddle) {
+    const Workplace place;
+    ASSERT_EQ(place.run("nimbhost cert new -p north --uri urn:a:b").status, 0);
+    const std::string key = place.file("own/client.key.pem");
+    // The limit lets the key through and ends the process in the middle of the certificate.
+    const auto ended = place.run("ulimit -c 0; ulimit -f 4; nimbhost cert new -p north --uri urn:" +
+                                 std::string(5000, 'x') + " --force");
+    EXPECT_NE(ended.status, 0);
+    EXPECT_EQ(place.file("own/client.key.pem"), key);
+    fs::remove(place.folder.path() / "own/client.der");
+    EXPECT_TRUE(holds(place.run("nimbhost cert new -p north --uri urn:a:b").err,
+                      "own/client.key.pem is there without own/client.der"));
+    EXPECT_EQ(place.run("nimbhost cert new -p north --uri urn:a:b --force").status, 0);
+    EXPECT_NE(place.file("own/client.key.pem"), key);
+}
+
 TEST(Commands, MakeTrustAndUseAnEncryptedSessionFromNothing) {
     const Workplace place;
     const auto made = place.run("nimbhost cert new -p north --uri " + std::string(kClientUri) +

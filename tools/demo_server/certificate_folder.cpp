@@ -1,6 +1,7 @@
 #include "demo_server/certificate_folder.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <stdexcept>
 
@@ -37,8 +38,10 @@ CertificateFolder::CertificateFolder(fs::path root, const std::string& applicati
 
 void CertificateFolder::makeOwn(const std::string& applicationUri) const {
     const CertificateAndKey made = makeCertificate("NIMB demonstration plant", applicationUri);
-    nimbhost::writeWholeFile(keyFile(), made.key, 0600, false);
-    nimbhost::writeWholeFile(certificateFile(), made.certificate, 0644, false);
+    nimbhost::writeTogether(
+        std::array{nimbhost::NewFile{keyFile(), made.key, 0600},
+                   nimbhost::NewFile{certificateFile(), made.certificate, 0644}},
+        false);
 }
 
 std::vector<std::string> CertificateFolder::filesOf(const char* folder) const {

@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <list>
 
 namespace nimb::nimbhost {
 
@@ -95,9 +97,16 @@ std::string readWholeFile(const std::filesystem::path& path) {
 
 void writeWholeFile(const std::filesystem::path& path, std::string_view bytes, mode_t mode,
                     bool overwrite) {
-    TemporaryFile file(path);
-    file.write(bytes, mode);
-    file.renameTo(path, overwrite);
+    writeTogether(std::array{NewFile{path, bytes, mode}}, overwrite);
+}
+
+void writeTogether(std::span<const NewFile> files, bool overwrite) {
+    std::list<TemporaryFile> written;
+    for (const NewFile& file : files) {
+        written.emplace_back(file.path).write(file.bytes, file.mode);
+    }
+    auto temporary = written.begin();
+    for (const NewFile& file : files) (temporary++)->renameTo(file.path, overwrite);
 }
 
 }  // namespace nimb::nimbhost

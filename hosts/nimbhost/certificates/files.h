@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -24,5 +25,18 @@ std::string readWholeFile(const std::filesystem::path& path);
 /// error
 void writeWholeFile(const std::filesystem::path& path, std::string_view bytes, mode_t mode,
                     bool overwrite);
+
+/// What a file is to hold, and its permissions, whatever the umask.
+struct NewFile {
+    std::filesystem::path path;
+    std::string_view bytes;
+    mode_t mode;
+};
+
+/// Writes files that belong together, such as a key and its certificate: all of them are on the
+/// disk under temporary names before the first is renamed, so that a full disk, or an end in the
+/// middle other than between two renames, leaves the earlier ones together. Throws FileError.
+/// @param overwrite  as above, for all of them
+void writeTogether(std::span<const NewFile> files, bool overwrite);
 
 }  // namespace nimb::nimbhost

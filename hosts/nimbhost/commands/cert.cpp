@@ -9,6 +9,7 @@
 #include "nimbhost/certificates/files.h"
 #include "nimbhost/certificates/private_key.h"
 #include "nimbhost/commands/tool.h"
+#include "nimbhost/terminal/interruption.h"
 #include "nimbhost/terminal/terminal.h"
 
 namespace nimb::nimbhost {
@@ -66,29 +67,44 @@ void makeFolder(const fs::path& folder, mode_t mode) {
     throw FileError("cannot make the folder " + folder.string());
 }
 
+bool isThere(const fs::path& file) { return fs::exists(fs::symlink_status(file)); }
+
+/// Nothing that exists is replaced without a wish.
+void requireRoom(const fs::path& certificate, const fs::path& key, const fs::path& plant) {
+    const bool hasKey = isThere(key);
+    if (hasKey != isThere(certificate)) {
+        throw BadInput((hasKey ? key : certificate).string() + " is there without " +
+                       (hasKey ? certificate : key).string() +
+                       ", as a run leaves it that ended in the middle; --force makes both anew");
+    }
+    for (const fs::path& file : {certificate, plant}) {
+        if (isThere(file)) {
+            throw BadInput(file.string() +
+                           " exists and stays as it is; --force replaces certificate and key");
+        }
+    }
+}
+
 int makeNew(const NewOptions& options) {
     requireName(options.plant);
     requireUri(options.uri);
     const fs::path certificate = "own/client.der";
     const fs::path key = "own/client.key.pem";
     const fs::path plant = options.plant + ".conf";
-    for (const fs::path& file : {certificate, key, plant}) {
-        if (!options.force && fs::exists(fs::symlink_status(file))) {
-            throw BadInput(file.string() + " exists and stays as it is; --force replaces it");
-        }
-    }
+    if (!options.force) requireRoom(certificate, key, plant);
     const NewCertificate made = [&] {
         const Progress progress("making a key of 2048 bits ...");
         return makeCertificate(
             {options.uri, "NIMB OPC UA client", options.organization, hostName(), options.days});
     }();
+    checkInterrupted();  // from here on everything is written to the end
     makeFolder("own", 0700);
     makeFolder("trusted", 0755);
     makeFolder("revoked", 0755);
-    writeWholeFile(key, made.keyPem, 0600, options.force);
-    writeWholeFile(certificate, made.der, 0644, options.force);
+    writeTogether(std::array{NewFile{key, made.keyPem, 0600}, NewFile{certificate, made.der, 0644}},
+                  options.force);
     // Its owner may have put a user, a password file and times into it since.
-    const bool keepsPlant = fs::exists(fs::symlink_status(plant));
+    const bool keepsPlant = isThere(plant);
     if (!keepsPlant) writeWholeFile(plant, plantFileText(options), 0644, false);
     const auto parsed = Certificate::parse(made.der);
     say(certificate.string() + "      " + options.uri + ", until " + dayText(parsed->notAfter()));

@@ -115,7 +115,8 @@ TEST_F(TerminalTest, IsGivenBackByTheThirdInterruption) {
     EXPECT_TRUE(shows("asking the server"));
     for (int i = 0; i < 3; ++i) tmux("send-keys C-c");
     keys("stty -a | grep -o \" echo \"; echo $((6 * 7))", "Enter");
-    EXPECT_TRUE(shows("\n echo\n42\n"));
+    // Typed ahead it may stand behind the prompt.
+    EXPECT_TRUE(shows(" echo\n42\n"));
 }
 
 TEST_F(TerminalTest, PromptsForAPasswordUntilItIsInterrupted) {

@@ -50,7 +50,7 @@ std::vector<Reference> browse(Connection& connection, const NodeId& node) {
     return connection.reading([&] {
         const auto begin = std::chrono::steady_clock::now();
         try {
-            const VeltoList result = connection.call("zfBrowse", arguments);
+            const ResultList result = connection.call("zfBrowse", arguments);
             const VeltoROList nodes = result.at(3).AsVeltoROList();
             if (nodes.empty()) {
                 throw notReached(connection, begin);

@@ -58,15 +58,15 @@ Connection::~Connection() {
     }
 }
 
-VeltoList Connection::call(std::string_view entry, const VeltoROList& arguments) {
+ResultList Connection::call(std::string_view entry, const VeltoROList& arguments) {
     VeltoList all = VeltoList() + handle_;
     all.appendList(arguments);
-    const auto bytes = library_.call(entry, all);
+    auto bytes = library_.call(entry, all);
     lastUse_ = std::chrono::steady_clock::now();
     if (!bytes) {
         throw TooLong("the result of " + std::string(entry) + " does not fit into 32767 bytes");
     }
-    VeltoList list(bytes->data(), bytes->size());
+    ResultList list(std::move(*bytes));
     if (list.at(0).AsLong() != 0) {
         throw failureOf(list);
     }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/library.h"
 
@@ -54,6 +55,19 @@ struct Plant {
     friend bool operator==(const Plant&, const Plant&) = default;
 };
 
+/// A result list that owns its bytes. They stay where they are when it is moved.
+class ResultList : public VeltoROList {
+  public:
+    explicit ResultList(std::vector<unsigned char> bytes)
+        : VeltoROList(bytes.data(), bytes.size()), bytes_(std::move(bytes)) {}
+    ResultList(ResultList&&) = default;
+    ResultList& operator=(ResultList&&) = default;
+    ~ResultList() override = default;
+
+  private:
+    std::vector<unsigned char> bytes_;
+};
+
 /// One session with a server, opened by the first request and again when it was lost. The client
 /// behind it is destroyed with the object.
 ///
@@ -91,7 +105,7 @@ class Connection {
 
     /// Calls an entry with the client's handle and the arguments behind it.
     /// @return the result list, the status first; copies of a failed call's list are thrown
-    VeltoList call(std::string_view entry, const VeltoROList& arguments = {});
+    ResultList call(std::string_view entry, const VeltoROList& arguments = {});
 
     /// Grows with every set-up of the client: what was prepared before it counts as gone.
     unsigned generation() const noexcept { return generation_; }

@@ -56,7 +56,7 @@ std::optional<std::uint64_t> Follower::takeLosses(std::uint32_t status) {
 }
 
 void Follower::subscribePart(std::size_t first, std::size_t count) {
-    const VeltoList result = connection_.call(
+    const ResultList result = connection_.call(
         "zfCreateSubscriptionB", VeltoList() + specificationOf(nodes_, first, count) + kPublishing +
                                      kLifetime + kKeepAlive + kUnbounded + kSampling +
                                      kQueueOnServer + kQueueInLibrary);
@@ -109,7 +109,7 @@ void Follower::takeLine(Part& part, const VeltoROList& line, std::vector<Change>
 
 /// @return whether more waits in the library
 bool Follower::pollPart(Part& part, int wait, std::vector<Change>& changes) {
-    VeltoList result;
+    std::optional<ResultList> result;
     try {
         result = connection_.call("zfPollSubscription", VeltoList() + part.subscription + wait +
                                                             part.mostLines + kMustExist);
@@ -123,11 +123,11 @@ bool Follower::pollPart(Part& part, int wait, std::vector<Change>& changes) {
         lost_.reset();
         return true;
     }
-    const VeltoROList queue = result.at(3).AsVeltoROList();
+    const VeltoROList queue = result->at(3).AsVeltoROList();
     const long long losses = queue.at(6).AsLongLong();
     addLosses(static_cast<std::uint64_t>(std::max(0LL, losses - part.lostBefore)));
     part.lostBefore = losses;
-    const VeltoROList lines = result.at(2).AsVeltoROList();
+    const VeltoROList lines = result->at(2).AsVeltoROList();
     const auto count = lines.size();
     const bool more = std::cmp_equal(count, part.mostLines) && queue.at(5).AsLongLong() > 0;
     for (std::size_t i = 0; i < count; ++i) {

@@ -51,7 +51,7 @@ class Query {
     Query(const Query&) = delete;
     Query& operator=(const Query&) = delete;
 
-    VeltoList poll() { return connection_.call("zfReadBulkPollC", VeltoList() + handle_ + 0 + 0); }
+    ResultList poll() { return connection_.call("zfReadBulkPollC", VeltoList() + handle_ + 0 + 0); }
 
   private:
     Connection& connection_;
@@ -59,10 +59,10 @@ class Query {
 };
 
 /// The items of some nodes, or nothing when they have to be asked for in smaller parts.
-std::optional<VeltoList> pollOnce(Connection& connection, std::span<const NodeId> nodes,
-                                  int attribute) {
+std::optional<ResultList> pollOnce(Connection& connection, std::span<const NodeId> nodes,
+                                   int attribute) {
     try {
-        VeltoList result = Query(connection, specificationOf(nodes, attribute)).poll();
+        ResultList result = Query(connection, specificationOf(nodes, attribute)).poll();
         return result.size() == nodes.size() + 1 ? std::optional(std::move(result)) : std::nullopt;
     } catch (const TooLong&) {
         return std::nullopt;

@@ -42,7 +42,7 @@ std::optional<Ticks> Reading::time(std::size_t i, std::size_t item) const {
 
 std::size_t Reading::bytes() const noexcept {
     std::size_t bytes = 0;
-    for (const VeltoList& result : results_) bytes += result.datalength();
+    for (const ResultList& result : results_) bytes += result.datalength();
     return bytes;
 }
 
@@ -178,17 +178,18 @@ void PreparedRead::poll(Reading& reading) {
 
 /// @return false when the result is not that of all nodes: it was cut at a multiple of 65536 bytes
 bool PreparedRead::pollPart(const Part& part, Reading& reading) {
-    VeltoList result = connection_.call("zfReadBulkPollC", VeltoList() + part.query + 0 + 0);
+    ResultList result = connection_.call("zfReadBulkPollC", VeltoList() + part.query + 0 + 0);
     try {
         if (result.size() != part.nodes.size() + 1) return false;
     } catch (const std::exception&) {  // cut within an item
         return false;
     }
-    const VeltoList& kept = reading.results_.emplace_back(std::move(result));
+    const ResultList& kept = reading.results_.emplace_back(std::move(result));
     for (std::size_t i = 0; i < part.nodes.size(); ++i) {
         Reading::Sample& sample = reading.samples_[part.nodes[i]];
         sample.items = kept.at(i + 1).AsVeltoROList();
         if (!sample.items.empty()) {  // with the cursor left before the value
+            sample.items.at(1);       // steps cost less than a leap
             sample.status = static_cast<std::uint32_t>(sample.items.at(2).AsLongLong());
         }
     }
@@ -248,7 +249,7 @@ void PreparedRead::readAbsentPart(Reading& reading, Part& part) {
     if (part.query == 0) part.query = setUp(nodes);
     constexpr std::size_t itemsEach = 4;
     constexpr std::size_t statusAt = 2;
-    std::optional<VeltoList> result;
+    std::optional<ResultList> result;
     try {
         result = connection_.call("zfReadBulkPoll", VeltoList() + part.query);
     } catch (const TooLong&) {  // seen one by one below
@@ -272,7 +273,7 @@ void PreparedRead::readAbsentOne(Reading& reading, std::size_t node) {
     } else {
         arguments += std::int64_t{id.number};
     }
-    const VeltoList result = connection_.call(
+    const ResultList result = connection_.call(
         "zfReadAttribute", arguments + int{id.nameSpace} + identifierType(id) + kValue);
     reading.samples_[node].status = static_cast<std::uint32_t>(result.at(3).AsLongLong());
 }

@@ -40,7 +40,7 @@ class Reading {
     };
     std::optional<Ticks> time(std::size_t i, std::size_t item) const;
 
-    std::deque<VeltoList> results_;  ///< the bytes that the samples view; a deque never moves them
+    std::deque<ResultList> results_;  ///< the bytes that the samples view; a deque never moves them
     std::vector<Sample> samples_;
 };
 

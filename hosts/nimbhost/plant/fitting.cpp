@@ -24,10 +24,10 @@ VeltoList requestFor(const std::vector<host::NodeId>& nodes) {
     return VeltoList() + types + spaces + identifiers + attributes;
 }
 
-std::optional<VeltoList> poll(host::Connection& connection, const char* entry,
-                              const VeltoList& arguments, std::size_t nodes) {
+std::optional<host::ResultList> poll(host::Connection& connection, const char* entry,
+                                     const VeltoList& arguments, std::size_t nodes) {
     try {
-        VeltoList result = connection.call(entry, arguments);
+        host::ResultList result = connection.call(entry, arguments);
         // A result beyond 65536 bytes arrives cut: its items tell.
         const bool flat = std::string_view(entry) == "zfReadBulkPoll";
         if (result.size() != 1 + nodes * (flat ? 4 : 1)) return std::nullopt;

@@ -68,7 +68,7 @@ void Subscription::createOnce(bool withClock) {
     std::vector<host::NodeId> all = nodes_;
     if (withClock) all.push_back(kServerClock);
     const auto interval = static_cast<double>(request_.interval.count());
-    const VeltoList result = connection_.reading([&] {
+    const host::ResultList result = connection_.reading([&] {
         VeltoList arguments = VeltoList() + specificationOf(all);
         arguments.appendIEEE64(interval);
         arguments = arguments + kLifetimeCount + kKeepAliveCount + 0;
@@ -96,7 +96,7 @@ std::vector<Change> Subscription::poll(std::chrono::milliseconds wait) {
     const auto begin = Clock::now();
     std::vector<Change> changes;
     try {
-        const VeltoList result =
+        const host::ResultList result =
             connection_.call("zfPollSubscription",
                              VeltoList() + id_ + static_cast<int>(wait.count()) + linesAtOnce_ + 0);
         const VeltoROList queue = result.at(3).AsVeltoROList();

@@ -20,6 +20,14 @@ typedef struct NimbPlace {
 void nimb_raise(const NimbError* error, const NimbPlace* place) pg_attribute_noreturn();
 int nimb_detail(const NimbPlace* place);
 
+/* Values that are NULL because they cannot be shown, since the last warning. */
+typedef struct NimbUnshown {
+    int count;
+    const char* first; /* why the first cannot, and its node */
+} NimbUnshown;
+/* Warns of them, if there are any, and begins anew. */
+void nimb_warn_unshown(NimbUnshown* unshown);
+
 /** The session of a user with a server. */
 NimbSession* nimb_open_session(const ForeignServer* server, Oid user);
 /** Follows invalidations and the end of transactions and of the process. */

@@ -24,8 +24,7 @@ typedef struct NodeScan {
     MemoryContextCallback forget;
     bool was_read;
     int row;
-    int warnings;
-    char* first_warning;
+    NimbUnshown unshown;
 } NodeScan;
 
 static bool is_used(AttrNumber attno, void* argument) {
@@ -181,8 +180,8 @@ static void refuse_bad(ForeignScanState* node, int at, int column) {
 
 static void note_warning(ForeignScanState* node, int at, int column, const char* warning) {
     NodeScan* scan = node->fdw_state;
-    if (scan->warnings++ > 0) return;
-    scan->first_warning =
+    if (scan->unshown.count++ > 0) return;
+    scan->unshown.first =
         MemoryContextStrdup(node->ss.ps.state->es_query_cxt,
                             psprintf("%s, node %s", warning, notation_of(node, at, column)));
 }
@@ -222,20 +221,14 @@ TupleTableSlot* nimb_iterate_scan(ForeignScanState* node) {
         slot->tts_isnull[at] = !fill_column(node, i, &slot->tts_values[at]);
     }
     ++scan->row;
-    if (scan->row == scan->table.rows && scan->warnings > 0) {
-        ereport(WARNING,
-                (errmsg("OPC UA: not to be shown, so NULL: %d of the values, the first because "
-                        "%s",
-                        scan->warnings, scan->first_warning)));
-        scan->warnings = 0;
-    }
+    if (scan->row == scan->table.rows) nimb_warn_unshown(&scan->unshown);
     return ExecStoreVirtualTuple(slot);
 }
 
 void nimb_rescan(ForeignScanState* node) {
     NodeScan* scan = node->fdw_state;
     scan->row = 0;
-    scan->warnings = 0;
+    scan->unshown.count = 0;
 }
 
 void nimb_end_scan(ForeignScanState* node) {

@@ -81,7 +81,7 @@ static void forget_changes(void* argument) {
 
 static bool any_column(AttrNumber attno, void* argument) { return true; }
 
-enum { kChangeColumns = 10, kFirstField = 2, kLost = 9 };
+enum { kChangeColumns = 10, kFirstField = 2, kNode = 3, kLost = 9 };
 
 /* Columns of a change from the third on. */
 static const struct {
@@ -95,7 +95,7 @@ static const struct {
 };
 
 static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, Datum source,
-                       const NimbPlace* place) {
+                       const NimbPlace* place, NimbUnshown* unshown) {
     Datum values[kChangeColumns] = {0};
     bool nulls[kChangeColumns] = {false};
     int64 number;
@@ -110,6 +110,11 @@ static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, 
         if (!nimb_change_cell(changes, row, kFields[i].field, kFields[i].form, &cell, &warning,
                               &error)) {
             nimb_raise(&error, place);
+        }
+        if (warning != NULL && unshown->count++ == 0) {
+            MemoryContext kept = MemoryContextSwitchTo(result->econtext->ecxt_per_query_memory);
+            unshown->first = psprintf("%s, node %s", warning, TextDatumGetCString(values[kNode]));
+            MemoryContextSwitchTo(kept);
         }
         nulls[kFirstField + i] = cell.kind == NIMB_NULL;
         if (cell.kind == NIMB_NULL) continue;
@@ -164,6 +169,7 @@ Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
     NimbPlace place = {0};
     NimbChanges* changes;
     Datum source;
+    NimbUnshown unshown = {0};
     InitMaterializedSRF(fcinfo, 0);
     if (PG_ARGISNULL(0)) return (Datum)0;
     /* The largest number of an empty history is NULL. */
@@ -171,10 +177,11 @@ Datum nimbopcua_changes(PG_FUNCTION_ARGS) {
     source = CStringGetTextDatum(place.table);
     for (size_t i = 0; i < nimb_changes_size(changes); ++i) {
         MemoryContext before = MemoryContextSwitchTo(row_memory);
-        put_change((ReturnSetInfo*)fcinfo->resultinfo, changes, i, source, &place);
+        put_change((ReturnSetInfo*)fcinfo->resultinfo, changes, i, source, &place, &unshown);
         MemoryContextSwitchTo(before);
         MemoryContextReset(row_memory);
         CHECK_FOR_INTERRUPTS();
     }
+    nimb_warn_unshown(&unshown);
     return (Datum)0;
 }

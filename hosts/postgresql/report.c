@@ -65,3 +65,12 @@ void nimb_raise(const NimbError* error, const NimbPlace* place) {
     ereport(ERROR, (errcode(sqlstate_of(error->kind)), errmsg("OPC UA: %s", error->text),
                     nimb_detail(&where), hint == NULL ? 0 : errhint("%s", hint)));
 }
+
+void nimb_warn_unshown(NimbUnshown* unshown) {
+    if (unshown->count > 0) {
+        ereport(WARNING,
+                (errmsg("OPC UA: not to be shown, so NULL: %d of the values, the first because %s",
+                        unshown->count, unshown->first)));
+    }
+    unshown->count = 0;
+}

@@ -150,6 +150,20 @@ backends() {
     fail 'the cluster did not come back'
 }
 
+# A text with a zero byte has no place in a column of type text: NULL, and not without a word.
+zero_byte() {
+    "$build/bin/nimbhost" --define "url=$url" run - >"$root/printed" <<'CALLS' || fail "$(cat "$root/printed")"
+zfCreateClientB
+zfSetupClientC $handle, 3000, 1, "", "", "", "", "", 0
+zfConnectB $handle, $url
+zfWriteAttribute $handle, "a\x00b", 11, 4011, 2, 0, 13
+CALLS
+    query "CREATE FOREIGN TABLE zero (v text OPTIONS (node 'ns=2;i=4011')) SERVER north"
+    query "SELECT value IS NULL, status_name FROM nimb.changes('zero', 0)" >"$root/printed" 2>&1
+    printed 't|Good'
+    printed 'NULL: 1 of the values, the first because the text has a zero byte, node ns=2;i=4011'
+}
+
 # The session is encrypted and signed, its files named by the server's options.
 encrypted() {
     local own=$root/run/client
@@ -192,6 +206,7 @@ query "CREATE EXTENSION nimbopcua;
        CREATE FOREIGN TABLE long (v text OPTIONS (field 'value')) SERVER north OPTIONS (nodes 'ns=2;s=Tank1.Level ns=2;s=Tank2.Level');
        CREATE FOREIGN TABLE tank (level float8 OPTIONS (node 'ns=2;s=Tank1.Level'),
                                   set_point float8 OPTIONS (node 'ns=2;s=Tank1.SetPoint')) SERVER north"
+zero_byte
 frozen_plant
 # Long enough that the end from outside comes first, also on a busy machine.
 query "ALTER SERVER north OPTIONS (SET timeout '3000')"

@@ -3,16 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "following.h"
-#include "host/counted_string.h"
 #include "reading_plant.h"
+#include "testbed/call_buffers.h"
 #include "testbed/failing_allocation.h"
-#include "testbed/host.h"
 #include "testbed/server_process.h"
 
 namespace nimb::test {
@@ -30,19 +27,13 @@ class Caller {
 
     /// The outcome of the call when its n-th allocation fails; `failed` tells whether it had one.
     Result call(const Call& call, long n, bool& failed) {
-        in_->length = static_cast<std::uint16_t>(call.arguments.datalength());
-        std::copy_n(call.arguments.data(), in_->length, in_->data);
-        out_->length = 0xFFFF;
+        const nimb_callout_row* row = host_.library().find(call.entry);
         {
-            const nimb_callout_row* row = host_.library().find(call.entry);
-            const auto entry =
-                reinterpret_cast<int (*)(HostBytes*, const HostBytes*)>(row->function);
             const FailingAllocation failure(n, reinterpret_cast<const void*>(row->function));
-            entry(out_.get(), in_.get());
+            buffers_.call(*row, call.arguments);
             failed = failure.failed();
         }
-        if (out_->length > HostBytes::capacity) return {};
-        return Result(std::vector<unsigned char>(out_->data, out_->data + out_->length));
+        return buffers_.result();
     }
 
     /// Fails every allocation of the call, one each time, and returns how many there were.
@@ -61,8 +52,7 @@ class Caller {
 
   private:
     Host& host_;
-    std::unique_ptr<HostBytes> in_ = std::make_unique<HostBytes>();
-    std::unique_ptr<HostBytes> out_ = std::make_unique<HostBytes>();
+    CallBuffers buffers_;
 };
 
 const VeltoList& nodes() {

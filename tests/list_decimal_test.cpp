@@ -1,19 +1,17 @@
 // Decimal numbers against exact rows and against the C library.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <bit>
-#include <clocale>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <random>
 #include <utility>
 #include <vector>
 
 #include "list_hex.h"
+#include "testbed/comma_locale.h"
 
 namespace nimb {
 namespace {
@@ -214,42 +212,8 @@ TEST(NumberText, BecomesANumberItemOnlyWhereThatIsExact) {
     EXPECT_EQ(list.at(0).Type(), 1);
 }
 
-/// Puts the process under a locale with a decimal comma, built on the spot where none is installed.
-class CommaLocale {
-  public:
-    CommaLocale() {
-        active_ = std::setlocale(LC_ALL, kName) != nullptr || build();
-        active_ = active_ && *std::localeconv()->decimal_point == ',';
-    }
-    ~CommaLocale() {
-        std::setlocale(LC_ALL, "C");
-        ::unsetenv("LOCPATH");
-        std::filesystem::remove_all(directory_);
-    }
-    bool active() const { return active_; }
-
-  private:
-    static constexpr const char* kName = "de_DE.UTF-8";
-
-    bool build() {
-        const std::string command = "mkdir -p " + directory_ + " && localedef -i de_DE -f UTF-8 " +
-                                    directory_ + "/" + kName + " >/dev/null 2>&1";
-        // NOLINTNEXTLINE(cert-env33-c): a fixed command of the test's own
-        return std::system(command.c_str()) == 0 &&
-               ::setenv("LOCPATH", directory_.c_str(), 1) == 0 &&
-               std::setlocale(LC_ALL, kName) != nullptr;
-    }
-
-    const std::string directory_ = testing::TempDir() + "locale" + std::to_string(::getpid());
-    bool active_ = false;
-};
-
 TEST(Numbers, KnowNoLocale) {
-    const CommaLocale comma;
-    if (!comma.active()) {
-        GTEST_SKIP() << "no locale with a decimal comma";
-    }
-    ASSERT_EQ(std::strtod("1,5", nullptr), 1.5);
+    const test::CommaLocale comma;
     EXPECT_EQ(parse("1.5"), 1.5);
     EXPECT_EQ(parse("1,5"), 1.0);
     EXPECT_EQ(parse("1.2345678901234567890123"), 1.2345678901234567890123);

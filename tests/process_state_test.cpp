@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <clocale>
 #include <csignal>
 #include <cstring>
@@ -21,6 +20,7 @@
 #include "host/counted_string.h"
 #include "reading_plant.h"
 #include "testbed/child_process.h"
+#include "testbed/comma_locale.h"
 #include "testbed/host.h"
 #include "testbed/server_process.h"
 #include "testbed/temp_dir.h"
@@ -103,11 +103,7 @@ TEST(Process, CurrentDirectoryNeedNotExist) {
 }
 
 TEST(Process, DecimalCommaOfTheHostChangesNothing) {
-    const char* const commas[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE", "fr_FR"};
-    const bool found = std::any_of(std::begin(commas), std::end(commas), [](const char* name) {
-        return std::setlocale(LC_ALL, name) != nullptr;
-    });
-    if (!found) GTEST_SKIP() << "no locale with a decimal comma is installed";
+    const CommaLocale comma;
     const ServerProcess server;
     Host host;
     const long client = host.connectedClient(server.url());
@@ -117,7 +113,6 @@ TEST(Process, DecimalCommaOfTheHostChangesNothing) {
     EXPECT_TRUE(host.call("zfWriteAttribute", client, "51.5", 10, "Tank1.SetPoint", 2, 3, 13).ok());
     EXPECT_EQ(level(), "51.5");
     host.call("zfDestroyClientB", client);
-    std::setlocale(LC_ALL, "C");
 }
 
 TEST(Process, ForkedChildHasSessionsOfItsOwnAndTheParentGoesOn) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -213,6 +214,8 @@ Refusals ofSubscriptions() {
                           "list")},
         {"zfCreateSubscriptionB", Client::bare, create(nodes), unknownError("Null client", 5)},
         {"zfCreateSubscriptionB", Client::reset, create(nodes), resetRequired},
+        {"zfCreateSubscriptionB", Client::ended, create(nodes),
+         closedConnection("Unable to create subscription. Call failed.")},
         {"zfPollSubscription", Client::bare, listOf(1, 0, 0, 0), uninitialized},
         {"zfPollSubscription", Client::connected, listOf(99, 0, 0, 0),
          applicationError(9, notFound)},
@@ -239,40 +242,24 @@ Refusals ofConnects() {
     };
 }
 
-class Refused : public ::testing::Test {
-  protected:
-    long connected() { return host.connectedClient(server.url(), 500); }
-    long handleOf(Client state) {
-        switch (state) {
-            case Client::bare:
-                return host.bareClient();
-            case Client::prepared:
-                return host.newClient(500);
-            case Client::ended:
-                return ended;
-            case Client::connected:
-                return alive;
-            case Client::reset:
-                return due;
-            default:
-                return noClient;
-        }
-    }
-
-    static constexpr long noClient = 424242;
+TEST(Refused, BeforeTheServerHearsOfIt) {
     TestServer server;
     Host host;
-    long ended = connected(), alive = connected(), due = connected();
-};
-
-TEST_F(Refused, BeforeTheServerHearsOfIt) {
-    host.call("zfDisconnectB", ended);
-    host.call("zfSetupClientC", due, 500, 2, "", "", "", "", "", 0);  // a mode that is refused
+    constexpr int timeout = 500;
+    std::map<Client, long> clients = {{Client::unknown, 424242},
+                                      {Client::bare, host.bareClient()},
+                                      {Client::prepared, host.newClient(timeout)}};
+    for (const Client state : {Client::ended, Client::connected, Client::reset}) {
+        clients[state] = host.connectedClient(server.url(), timeout);
+    }
+    host.call("zfDisconnectB", clients[Client::ended]);
+    // A mode that is refused.
+    host.call("zfSetupClientC", clients[Client::reset], timeout, 2, "", "", "", "", "", 0);
     server.pause();  // whatever is sent would time out
     for (const Refusals& rows : {ofArguments(), ofSetUps(), ofReads(), ofWrites(), ofBrowses(),
                                  ofBulkReads(), ofSubscriptions(), ofConnects()}) {
         for (const auto& [entry, state, arguments, answer] : rows) {
-            const VeltoList handle = state == Client::none ? VeltoList() : listOf(handleOf(state));
+            const VeltoList handle = state == Client::none ? VeltoList() : listOf(clients[state]);
             EXPECT_EQ(host.callWith(entry, joined(handle, arguments)).text(), answer)
                 << entry << " in state " << static_cast<int>(state) << " with "
                 << describe(arguments);
@@ -280,6 +267,7 @@ TEST_F(Refused, BeforeTheServerHearsOfIt) {
     }
     server.resume();
     EXPECT_EQ(server.sessionCount(), 2U);
+    for (const auto& [state, client] : clients) host.call("zfDestroyClientB", client);
 }
 
 /// Entries whose first argument is a handle, with what else they want.

@@ -16,8 +16,8 @@
 #include <sstream>
 #include <string>
 
-#include "host/counted_string.h"
 #include "sessions_support.h"
+#include "testbed/call_buffers.h"
 #include "testbed/loopback_socket.h"
 #include "testbed/server_process.h"
 
@@ -56,14 +56,10 @@ class LoadedCopy {
 
     template <typename... T>
     Result call(std::string_view entry, const T&... arguments) {
-        const VeltoList list = listOf(arguments...);
-        std::copy_n(list.data(), list.datalength(), in_->data);
-        in_->length = static_cast<std::uint16_t>(list.datalength());
         const nimb_callout_row* row = rows_;
         while (row->name != entry) ++row;
-        reinterpret_cast<int (*)(HostBytes*, const HostBytes*)>(row->function)(out_.get(),
-                                                                               in_.get());
-        return Result(std::vector(out_->data, out_->data + out_->length));
+        buffers_.call(*row, listOf(arguments...));
+        return buffers_.result();
     }
     long connectedClient(const std::string& url) {
         const long client = call("zfCreateClientB")[1].AsLong();
@@ -76,8 +72,7 @@ class LoadedCopy {
     fs::path path_;
     void* library_ = nullptr;
     const nimb_callout_row* rows_ = nullptr;
-    std::unique_ptr<HostBytes> in_ = std::make_unique<HostBytes>();
-    std::unique_ptr<HostBytes> out_ = std::make_unique<HostBytes>();
+    CallBuffers buffers_;
 };
 
 /// Whether the memory at an address may be written.

@@ -63,10 +63,6 @@ void OpcuaStatic::readBulkSetupC(HostBytes* out, const HostBytes* in) {
         }
         int queryHandle = -1;
         UACErr error = client->readBulkSetup(&queryHandle, std::move(specification));
-        if (error.isError()) {
-            static_cast<void>(client->readBulkClear(queryHandle));
-            queryHandle = -1;
-        }
         results += queryHandle;
         return error;
     });

@@ -11,7 +11,7 @@ namespace nimb::bench {
 
 namespace {
 
-// A text for every path and URI argument that this session does without.
+/// A text for every path and URI argument that this session does without.
 const std::string unused;
 
 VeltoList identifiersOf(std::span<const plant::NodeAddress> nodes) {

@@ -159,7 +159,7 @@ class CountedSubscription {
     RawSession session_;  // counts until it is closed, so it goes first
 };
 
-// Milliseconds.
+/// Milliseconds.
 constexpr int never = 3600000;
 constexpr int quietInterval = 500;  // of subscriptions to values that hold still
 

@@ -27,7 +27,7 @@ std::string chunk(const char* type, std::size_t size, std::uint32_t filling) {
     return bytes;
 }
 
-// A chunk that no reply is, complete in itself.
+/// A chunk that no reply is, complete in itself.
 std::string stranger(const Damage& damage) {
     static constexpr const char* types[] = {"HELF", "CLOF", "ERRF", "ACKF", "RHEF",
                                             "MSGA", "OPNC", "XYZF", "MSGX", "ERRC"};
@@ -35,7 +35,7 @@ std::string stranger(const Damage& damage) {
     return chunk(type, damage.at % 80, damage.value >> 8);
 }
 
-// The message in two chunks, cut anywhere in its body.
+/// The message in two chunks, cut anywhere in its body.
 std::vector<std::string> inTwoChunks(const std::string& reply, std::size_t at) {
     if (reply.size() < kBody || !reply.starts_with("MSG")) {
         return {reply};

@@ -46,7 +46,7 @@ class Clients {
     std::array<long, 4> handles_{};
 };
 
-// File names of letters only: nothing outside the scratch directory can be named.
+/// File names of letters only: nothing outside the scratch directory can be named.
 std::string makeName(Input& input) {
     std::string name;
     for (const std::uint8_t byte : input.takeBytes(input.below(4))) {
@@ -67,7 +67,7 @@ void setUp(EntryCaller& caller, long handle, Input& input) {
                        static_cast<int>(input.below(4)) - 1));
 }
 
-// Addresses at which nothing can be asked to listen: a connect must fail without a network.
+/// Addresses at which nothing can be asked to listen: a connect must fail without a network.
 void connect(EntryCaller& caller, long handle, Input& input) {
     const std::string urls[] = {"", "opc.tcp", "opc.tcp://", "opc.tcp://127.0.0.1:x", "http://a"};
     const auto user = input.takeBytes(input.below(20));
@@ -80,7 +80,7 @@ bool isConnect(const nimb_callout_row& row) {
     return std::string_view(row.name).starts_with("zfConnect");
 }
 
-// Arguments as they come, or behind a handle that has a client.
+/// Arguments as they come, or behind a handle that has a client.
 void callAny(EntryCaller& caller, const nimb_callout_row& row, long handle, Input& input) {
     const bool withHandle = input.flag();
     const auto bytes = input.takeBytes(input.take<std::uint16_t>() % 600);

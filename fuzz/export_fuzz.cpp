@@ -60,7 +60,7 @@ UA_NodeId makeNodeId(Input& input) {
     return id;
 }
 
-// Dimensions that fit the length, that do not, and those of sizes no array has.
+/// Dimensions that fit the length, that do not, and those of sizes no array has.
 void makeDimensions(Input& input, UA_Variant& variant) {
     const std::size_t count = input.below(6);
     if (count == 0) {
@@ -82,7 +82,7 @@ void makeDimensions(Input& input, UA_Variant& variant) {
     }
 }
 
-// A type outside the table that hosts know, as servers with types of their own send it.
+/// A type outside the table that hosts know, as servers with types of their own send it.
 const UA_DataType* makeType(Input& input) {
     const std::size_t index = input.below(kBuiltInTypes + 3);
     return &UA_TYPES[index < kBuiltInTypes ? index : UA_TYPES_READREQUEST + index];

@@ -13,9 +13,9 @@ namespace nimb::fuzz {
 
 namespace {
 
-// The binary protocol: a message is a type of three letters, a letter and its length in 32 bits;
-// behind the channel come (OPN: three strings; else: the token) sequence number and request id,
-// then the type of the body as a node id of four bytes.
+/// The binary protocol: a message is a type of three letters, a letter and its length in 32 bits;
+/// behind the channel come (OPN: three strings; else: the token) sequence number and request id,
+/// then the type of the body as a node id of four bytes.
 constexpr std::size_t kHeader = 8;
 constexpr std::size_t kChannelHeader = 12;
 constexpr std::size_t kSequenceHeader = 8;
@@ -41,7 +41,7 @@ void put(std::string& bytes, std::size_t at, std::uint32_t number) {
     }
 }
 
-// Past a string with its length in front; a null string has the length -1.
+/// Past a string with its length in front; a null string has the length -1.
 std::size_t behindString(const std::string& bytes, std::size_t at) {
     const auto length = numberAt<std::int32_t>(bytes, at);
     return at + sizeof length + (length > 0 ? static_cast<std::size_t>(length) : 0);
@@ -62,7 +62,7 @@ std::uint16_t bodyTypeOf(const std::string& message) {
     return numberAt<std::uint16_t>(message, sequenceHeaderOf(message) + kSequenceHeader + 2);
 }
 
-// The handle stands behind the authentication token, a node id of any form, and the time.
+/// The handle stands behind the authentication token, a node id of any form, and the time.
 std::uint32_t requestHandleOf(const std::string& request) {
     std::size_t at = sequenceHeaderOf(request) + kSequenceHeader + kBodyType;
     switch (numberAt<std::uint8_t>(request, at)) {
@@ -101,8 +101,8 @@ std::vector<std::string> split(std::span<const std::uint8_t> bytes) {
     return messages;
 }
 
-// Endpoint addresses in the replies name the port that was recorded: five digits, as all free
-// ports have. A server also names its port 0.
+/// Endpoint addresses in the replies name the port that was recorded: five digits, as all free
+/// ports have. A server also names its port 0.
 void replacePort(std::string& bytes, std::uint16_t port) {
     constexpr std::string_view address = "opc.tcp://127.0.0.1:";
     const std::string digits = std::to_string(port);
@@ -204,7 +204,7 @@ bool HostileServer::answer(int connection, const std::string& request) {
     return waits || !replies_.empty();
 }
 
-// Values that arrive before their items are known would be dropped unseen.
+/// Values that arrive before their items are known would be dropped unseen.
 bool HostileServer::itemsAwaited() const {
     return std::any_of(replies_.begin(), replies_.end(), [](const std::string& reply) {
         return reply.starts_with("MSG") && bodyTypeOf(reply) == kCreateItemsResponse;
@@ -237,7 +237,7 @@ bool HostileServer::deliver(int connection, const std::string& reply) {
     });
 }
 
-// The server's answer to that service while there is one; a publish request waits for its own.
+/// The server's answer to that service while there is one; a publish request waits for its own.
 std::string HostileServer::takeReplyTo(const std::string& request) {
     auto found = replies_.begin();
     if (framing_ == Framing::kept && request.starts_with("MSG")) {

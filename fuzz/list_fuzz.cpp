@@ -42,7 +42,7 @@ void readItem(const VeltoListItem& item, int depth) {
     }
 }
 
-// Iterators, positions and the count must agree on where the items lie.
+/// Iterators, positions and the count must agree on where the items lie.
 void walk(const VeltoROList& list, int depth) {
     std::size_t count = 0;
     bool malformed = false;

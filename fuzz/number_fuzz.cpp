@@ -37,7 +37,7 @@ bool sameBits(double a, double b) {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
-// Plain numbers: an optional minus, digits, perhaps a point with digits behind it, an exponent.
+/// Plain numbers: an optional minus, digits, perhaps a point with digits behind it, an exponent.
 bool isPlain(const std::string& text) {
     const std::size_t point = text.find('.');
     const bool digitBehindPoint =

@@ -15,7 +15,7 @@ namespace {
 using nimb::UACExport;
 using nimb::fuzz::require;
 
-// Written into blocks of exactly the promised size, so that one unit too many is noticed.
+/// Written into blocks of exactly the promised size, so that one unit too many is noticed.
 void fromUtf8(std::string_view bytes) {
     const auto utf16 = std::make_unique<char16_t[]>(bytes.size());
     const auto units = nimb::writeUtf16(bytes, reinterpret_cast<unsigned char*>(utf16.get()));

@@ -16,7 +16,7 @@ namespace {
 const std::string unsupported =
     applicationError(9, "Requested operation is not available in the NIMB OPC UA adapter.");
 
-// In the order of the table, which hosts know some of them by.
+/// In the order of the table, which hosts know some of them by.
 constexpr const char* entryNames[] = {"zfTest",
                                       "zfTestGetInt",
                                       "zfTestStatusCodeName",

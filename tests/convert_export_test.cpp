@@ -72,7 +72,7 @@ TEST(ExportScalar, StringsFollowTheStringMode) {
     EXPECT_EQ(exported(11, UA_String{5, nullptr}), "02 01");
 }
 
-// A device that cuts a text at a number of bytes may cut its last character.
+/// A device that cuts a text at a number of bytes may cut its last character.
 TEST(ExportScalar, ACharacterThatWasCutOffAtTheEndIsLeftOut) {
     const auto shortAndLong = [](const char* end, std::size_t before) {
         const std::string text = std::string(before, 'a') + end;

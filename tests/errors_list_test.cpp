@@ -112,7 +112,7 @@ TEST(StatusCodes, TheTableIsComplete) {
     EXPECT_EQ(UAC_GetLongFormStatusCodeDescription(0x80123456), nullptr);
 }
 
-// A host that knows the code 5 with a message and a detail, and the code 6 with a detail alone.
+/// A host that knows the code 5 with a message and a detail, and the code 6 with a detail alone.
 int messageTexts(long code, HostText* message, HostText* detail) {
     const auto fill = [](HostText* text, std::u16string_view units) {
         text->length = static_cast<std::uint16_t>(units.size());

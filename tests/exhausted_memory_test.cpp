@@ -145,7 +145,7 @@ TEST(Memory, ExhaustedInASessionIsAFailureOfTheCallAndLosesNothing) {
 #endif
 }
 
-// Nobody answers, so that the stack makes no copies of its own: those are out of reach.
+/// Nobody answers, so that the stack makes no copies of its own: those are out of reach.
 TEST(Memory, APasswordIsWipedBeforeItsMemoryIsFreed) {
     static const std::string secret = "a password beyond any short string";
     Host host;

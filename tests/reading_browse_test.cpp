@@ -20,7 +20,7 @@ class BrowseTest : public PlantTest {
     }
 };
 
-// Tank 1 with its type and its three values; @ stands where texts are marked by the string mode.
+/// Tank 1 with its type and its three values; @ stands where texts are marked by the string mode.
 const std::string tank1References =
     R"([[0, 40, 0, 6], 1, [0, 58, 0, 6, @"", 0], [@"BaseObjectType", 0], )"
     R"([@"BaseObjectType", @""], "", [0, 0, 0, 6, @"", 0]], )"

@@ -203,7 +203,7 @@ TEST_F(BulkTest, PreparedReadsEndWithTheSetUpThatIsRequiredOnly) {
     host_->call("zfDestroyClientB", client);
 }
 
-// The numbers of nodes that docs/reading.md names for Double values.
+/// The numbers of nodes that docs/reading.md names for Double values.
 TEST_F(BulkTest, FitsAsManyDoublesAsDocumented) {
     const std::size_t most[] = {264, 481, 260};
     const std::size_t bytesPerNode[] = {124, 68, 126};

@@ -53,7 +53,7 @@ inline bool isPolicy(const UA_String& uri, const std::string& name) {
     return std::string(uri.data, uri.data + uri.length).ends_with("#" + name);
 }
 
-// The endpoints of other policies are withdrawn.
+/// The endpoints of other policies are withdrawn.
 inline void offerOnly(TestServer& server, const std::string& policy) {
     server.run([&](plant::PlantServer& plant) {
         UA_ServerConfig* config = UA_Server_getConfig(plant.server());

@@ -42,9 +42,9 @@ void countWrites(TestServer& server) {
     });
 }
 
-// Each kind of request is the first one of its client behind an idle time: within the renewal of
-// the channel, between its end and the server's look at the clock, which is due every second, and
-// behind that.
+/// Each kind of request is the first one of its client behind an idle time: within the renewal of
+/// the channel, between its end and the server's look at the clock, which is due every second, and
+/// behind that.
 TEST(IdleTime, NoRequestIsLostWithAChannelThatEndedMeanwhile) {
     TestServer server(living(milliseconds(1000), {}));
     countWrites(server);

@@ -9,7 +9,7 @@
 namespace nimb::test {
 namespace {
 
-// What a call may take beyond its bound on a loaded machine, in milliseconds.
+/// What a call may take beyond its bound on a loaded machine, in milliseconds.
 constexpr long kMargin = 1500;
 
 const std::string kStateUnknown =
@@ -232,7 +232,7 @@ TEST_F(LifecycleTest, AFrozenServerCostsTwiceTheTimeoutAtMost) {
     }
 }
 
-// Whoever did not answer the last request is not waited for again.
+/// Whoever did not answer the last request is not waited for again.
 TEST_F(LifecycleTest, AGoodByeToASilentServerIsSentButNotWaitedFor) {
     constexpr long timeout = 1000;
     ServerProcess frozen;
@@ -251,7 +251,7 @@ TEST_F(LifecycleTest, AGoodByeToASilentServerIsSentButNotWaitedFor) {
     }
 }
 
-// The stack's loop would wait 100 ms for a connection that is closed already.
+/// The stack's loop would wait 100 ms for a connection that is closed already.
 TEST_F(LifecycleTest, ADisconnectFromAServerThatWorksIsQuick) {
     const long client = host_->connectedClient(server_->url());
     long best = 1000;

@@ -191,7 +191,7 @@ TEST_F(MaterialTest, PasswordsReachTheServerButNeverTheLog) {
 }  // namespace
 }  // namespace nimb::test
 
-// Stands before the function of the same name, for the library too.
+/// Stands before the function of the same name, for the library too.
 [[gnu::visibility("default")]] ssize_t read(int descriptor, void* bytes, std::size_t size) {
     if (nimb::test::interruptedReads > 0) {
         --nimb::test::interruptedReads;

@@ -26,7 +26,7 @@ UA_StatusCode signBroken(void* channel, const UA_ByteString* message, UA_ByteStr
     return signOriginal(channel, message, signature);
 }
 
-// Such a server is known and trusted, but not to be trusted with the process.
+/// Such a server is known and trusted, but not to be trusted with the process.
 TEST_F(TrustTest, AnEncryptedResponseWhoseTypeCannotBeDecodedIsRefused) {
     TestServer server(secured(office_->server));
     offerOnly(server, "Basic256Sha256");
@@ -273,7 +273,7 @@ TEST_F(TrustTest, TrustInOneServerIsNoneInTheNext) {
 }  // namespace
 }  // namespace nimb::test
 
-// Stands before the function of the same name, for the library too.
+/// Stands before the function of the same name, for the library too.
 UA_StatusCode UA_ClientConfig_setDefaultEncryption(UA_ClientConfig* config,
                                                    UA_ByteString certificate, UA_ByteString key,
                                                    const UA_ByteString* trusted,

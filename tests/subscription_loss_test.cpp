@@ -83,8 +83,8 @@ TEST_F(SubscriptionLoss, AKilledServerShowsInTheStateAndItsLossOnceItIsBack) {
     EXPECT_EQ(follower.poll(id).text(), resetRequired);
 }
 
-// What moving values leave in the socket ends in a send that fails, after which the stack does not
-// connect again by itself.
+/// What moving values leave in the socket ends in a send that fails, after which the stack does not
+/// connect again by itself.
 TEST_F(SubscriptionLoss, ARestartBetweenTwoPollsIsToldByTheNextOnes) {
     for (const char* changes : {"1:3600000", "50:5"}) {
         ServerProcess server({"--change", changes});

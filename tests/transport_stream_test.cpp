@@ -51,7 +51,7 @@ const char* const undecodable = "a response whose type cannot be decoded";
 const char* const cutShort = "a response that ends within its type";
 const char* const outOfTurn = "an opened channel out of turn";
 
-// Every run size from one byte to all at once.
+/// Every run size from one byte to all at once.
 TEST(ChunkStream, TellsWhatTheStackMustNotSeeInAnySplit) {
     const std::string error = chunk("ERRF", 20, 20);
     const std::string good = message('F');

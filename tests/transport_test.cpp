@@ -32,7 +32,7 @@ constexpr const char* dualStackName = "dual-stack.test";
 
 }  // namespace
 
-// In place of the C library's, also for the library under test.
+/// In place of the C library's, also for the library under test.
 extern "C" [[gnu::visibility("default")]] int getaddrinfo(const char* node, const char* service,
                                                           const addrinfo* hints, addrinfo** found) {
     static const auto real =
@@ -164,8 +164,8 @@ std::string endless(const std::string& reply) {
     return bytes;
 }
 
-// In place of the answer to a read. The call ends with the connection, not with the timeout, and
-// whatever follows finds the connection closed.
+/// In place of the answer to a read. The call ends with the connection, not with the timeout, and
+/// whatever follows finds the connection closed.
 TEST_F(TransportTest, WhatNoServerSendsEndsTheConnectionAtOnce) {
     const auto instead = [](std::string bytes) {
         return [bytes = std::move(bytes)](const std::string&) { return bytes; };
@@ -197,7 +197,7 @@ TEST_F(TransportTest, WhatNoServerSendsEndsTheConnectionAtOnce) {
     }
 }
 
-// Without end, as the stack would make connection after connection until the timeout.
+/// Without end, as the stack would make connection after connection until the timeout.
 TEST_F(TransportTest, APeerThatAcceptsAndClosesIsTriedOnce) {
     relay_.set(Fault::cut);
     EXPECT_LT(timeOf([&] { EXPECT_FALSE(connect(relay_.url()).ok()); }), timeout);
@@ -207,7 +207,7 @@ TEST_F(TransportTest, APeerThatAcceptsAndClosesIsTriedOnce) {
     EXPECT_EQ(relay_.connectionsSeen(), 2);
 }
 
-// The network acknowledges what nobody reads until its buffers are full; then a send has to wait.
+/// The network acknowledges what nobody reads until its buffers are full; then a send has to wait.
 TEST_F(TransportTest, SendsToAPeerThatStoppedReadingEndInTime) {
     constexpr milliseconds shortTimeout{40};
     constexpr int mostWrites = 300;  // above 8 MB
@@ -252,7 +252,7 @@ TEST_F(TransportTest, EveryAddressOfANameIsTried) {
     EXPECT_LT(timeOf([&] { EXPECT_FALSE(connect(url).ok()); }), timeout + margin);
 }
 
-// Sessions of killed hosts keep a server's places for as long as was asked for.
+/// Sessions of killed hosts keep a server's places for as long as was asked for.
 TEST_F(TransportTest, AsksForASessionOfFiveMinutes) {
     constexpr double asked = 5 * 60 * 1000;
     const std::string bytes(reinterpret_cast<const char*>(&asked), sizeof asked);

@@ -43,7 +43,7 @@ std::vector<Reference> referencesIn(const VeltoROList& node) {
 
 }  // namespace
 
-// One node a call: the entry answers for all or none, and one folder may fill a result by itself.
+/// One node a call: the entry answers for all or none, and one folder may fill a result by itself.
 std::vector<Reference> browse(Connection& connection, const NodeId& node) {
     VeltoList arguments = VeltoList() + one(identifierType(node)) + one(int{node.nameSpace});
     arguments += node.isText() ? one(node.text) : one(std::int64_t{node.number});

@@ -14,17 +14,17 @@ constexpr std::uint32_t kBadConnectionClosed = 0x80AE0000;
 constexpr std::uint32_t kBadRequestTooLarge = 0x80B80000;
 constexpr std::uint32_t kBadResponseTooLarge = 0x80B90000;
 
-// Whoever did not use a session for so long cannot know how it fares: servers drop idle sessions,
-// and channels end with their lifetime.
+/// Whoever did not use a session for so long cannot know how it fares: servers drop idle sessions,
+/// and channels end with their lifetime.
 constexpr std::chrono::seconds kPause{10};
 
 constexpr int kInClear = 1;
 constexpr int kSignAndEncrypt = 3;
-// Texts are bytes: names go to the server as the UTF-8 that they are. In mode 1 they are UTF-16,
-// and UTF-8 given there finds no node.
+/// Texts are bytes: names go to the server as the UTF-8 that they are. In mode 1 they are UTF-16,
+/// and UTF-8 given there finds no node.
 constexpr int kStringMode = 0;
 
-// Failure texts are 16-bit, one unit a byte of the text, and may be cut within a character.
+/// Failure texts are 16-bit, one unit a byte of the text, and may be cut within a character.
 Failure failureOf(const VeltoROList& list) {
     return {static_cast<int>(list.at(1).AsLong()), list.at(2).AsLongLong(),
             printable(list.at(3).AsAString())};

@@ -9,8 +9,8 @@ namespace nimb::host {
 
 namespace {
 
-// How long is waited when there is nothing, in milliseconds. The first values come by themselves,
-// after one publishing interval.
+/// How long is waited when there is nothing, in milliseconds. The first values come by themselves,
+/// after one publishing interval.
 constexpr int kWait = 300;
 constexpr int kFirstWait = 3000;
 constexpr std::size_t kMostAtOnce = 50000;

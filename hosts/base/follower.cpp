@@ -7,7 +7,7 @@ namespace nimb::host {
 
 namespace {
 
-// A change costs its whole line, 20 us instead of 1.6 with one of 200 nodes changing.
+/// A change costs its whole line, 20 us instead of 1.6 with one of 200 nodes changing.
 constexpr std::size_t kNodesEach = 50;
 
 constexpr double kPublishing = 100;     // ms
@@ -23,7 +23,7 @@ constexpr std::size_t kResultBytes = 32767 - 50;
 constexpr std::size_t kPlainValueBytes = 126;
 constexpr std::size_t kLineBytes = 6;
 
-// Status bits: the value stands in a data value, and changes before it were dropped.
+/// Status bits: the value stands in a data value, and changes before it were dropped.
 constexpr std::uint32_t kOverflow = 0x480;
 
 VeltoList specificationOf(const std::vector<NodeId>& nodes, std::size_t first, std::size_t count) {
@@ -140,9 +140,9 @@ bool Follower::pollPart(Part& part, int wait, std::vector<Change>& changes) {
     return more;
 }
 
-// One poll serves all subscriptions of the client, so only the first one waits. A server that has
-// more than a message holds sends the next when it is asked for: once something came, it is waited
-// for a moment again.
+/// One poll serves all subscriptions of the client, so only the first one waits. A server that has
+/// more than a message holds sends the next when it is asked for: once something came, it is waited
+/// for a moment again.
 void Follower::pollParts(int wait, std::size_t most, std::vector<Change>& changes) {
     constexpr int moment = 50;  // ms
     const auto end = Clock::now() + std::chrono::milliseconds(wait + 500);

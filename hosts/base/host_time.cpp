@@ -32,7 +32,7 @@ bool take(std::string_view& text, char mark) {
     return there;
 }
 
-// Tenths of microseconds; the years beyond 9999 come with fewer digits.
+/// Tenths of microseconds; the years beyond 9999 come with fewer digits.
 std::int64_t takeFraction(std::string_view& text) {
     const std::size_t before = text.size();
     std::int64_t fraction = takeNumber(text);
@@ -42,7 +42,7 @@ std::int64_t takeFraction(std::string_view& text) {
     return fraction;
 }
 
-// By hand: a table of times is formatted row by row, and printf takes ten times as long.
+/// By hand: a table of times is formatted row by row, and printf takes ten times as long.
 void append(std::string& text, std::int64_t number, int width, char mark) {
     char digits[20];
     char* first = std::end(digits);

@@ -15,7 +15,7 @@ namespace {
 
 using TableFunction = decltype(&GetZFTable);
 
-// No result is that long, so a length still at this value was not written.
+/// No result is that long, so a length still at this value was not written.
 constexpr std::uint16_t kUntouchedLength = 0xFFFF;
 constexpr unsigned char kUntouchedByte = 0xA5;
 

@@ -181,7 +181,7 @@ Type NodeCatalogue::builtInOf(const std::string& dataType) {
     return found == derived_.end() ? Type::structure : found->second;
 }
 
-// Subtypes of structures are left out: there are hundreds, and none of their values has a form.
+/// Subtypes of structures are left out: there are hundreds, and none of their values has a form.
 void NodeCatalogue::walkTypes() {
     constexpr std::size_t mostTypes = 2000;  // a server may be hostile, or its types in a circle
     constexpr std::uint32_t hasSubtype = 45;

@@ -11,11 +11,11 @@ namespace {
 constexpr int kValue = 13;
 constexpr std::size_t kValueAt = 3;  // behind both times and the status
 
-// Plain values of so many fit into a result; identifiers of so many bytes into the arguments.
+/// Plain values of so many fit into a result; identifiers of so many bytes into the arguments.
 constexpr std::size_t kMostNodes = 250;
 constexpr std::size_t kMostIdentifiers = 20000;
 
-// An array that became empty has no form either, and may be filled again.
+/// An array that became empty has no form either, and may be filled again.
 constexpr std::chrono::seconds kFormlessFor{10};
 
 /// The position that a poll's failure names: "... [v,rbp-c]: idx = 2", counted from 0.

@@ -10,7 +10,7 @@ namespace nimb::host {
 
 namespace {
 
-// The counted string of 16-bit units that slot 9 fills.
+/// The counted string of 16-bit units that slot 9 fills.
 struct Text {
     std::uint16_t length;
     char16_t data[nimb_string_capacity];
@@ -53,7 +53,7 @@ nimb_function asSlot(Function* function) {
     return reinterpret_cast<nimb_function>(function);
 }
 
-// The library promises to call no other slot; null there makes a breach a plain crash at the spot.
+/// The library promises to call no other slot; null there makes a breach a plain crash at the spot.
 std::array<nimb_function, 119> makeTable() {
     std::array<nimb_function, 119> table{};
     table[9] = asSlot(messageTexts);

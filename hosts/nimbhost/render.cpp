@@ -30,7 +30,7 @@ struct Notation {
 constexpr Notation kArguments{", ", "", "", "", "", "f:", "f32:", "null"};
 constexpr Notation kTyped{" ", "i:", "d:", "s:", "", "f:", "f32:", "n"};
 
-// Deeper nesting shows as bytes: nobody reads it, and each level costs a pass over what is inside.
+/// Deeper nesting shows as bytes: nobody reads it, and each level costs a pass over what is inside.
 constexpr int kMaxDepth = 32;
 
 std::string_view textOf(const ItemPayload& payload) {

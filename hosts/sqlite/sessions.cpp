@@ -13,7 +13,7 @@ namespace nimb::sqlite {
 
 namespace {
 
-// What outlives everything: the exit handler runs among the destructors of other modules.
+/// What outlives everything: the exit handler runs among the destructors of other modules.
 struct Process {
     std::recursive_mutex mutex;
     std::atomic<int> inside = 0;
@@ -27,7 +27,7 @@ Process& process() {
     return *one;
 }
 
-// Does nothing while a call is on the stack: exit() may have been called by a signal handler.
+/// Does nothing while a call is on the stack: exit() may have been called by a signal handler.
 void closeSessions() {
     Process& all = process();
     if (getpid() != all.id || all.inside != 0 || host::Library::callUnderWay()) {

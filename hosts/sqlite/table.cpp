@@ -7,7 +7,7 @@ namespace nimb::sqlite {
 
 namespace {
 
-// How often missing nodes are looked for again.
+/// How often missing nodes are looked for again.
 constexpr std::chrono::seconds kLookAgain{10};
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 
 enum Column : int { name, node, value, type, status, statusName, sourceTime, serverTime };
 
-// Columns that the description of the nodes fills, without reading a value.
+/// Columns that the description of the nodes fills, without reading a value.
 constexpr sqlite3_uint64 kDescribed = 1U << name | 1U << node | 1U << type;
 
 struct NodeCursor : RowCursor<std::size_t> {  ///< its rows are the nodes that are wanted

@@ -6,7 +6,7 @@ namespace nimb {
 
 namespace {
 
-// Larger results do not reach the host anyway; their memory is given back.
+/// Larger results do not reach the host anyway; their memory is given back.
 constexpr std::size_t kKeptCapacity = std::size_t{128} << 10;
 
 }  // namespace

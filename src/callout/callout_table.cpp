@@ -17,7 +17,7 @@ using Out = nimb::HostBytes*;
 using In = const nimb::HostBytes*;
 using Handle = nimb::OpcuaStatic;
 
-// Errors travel in the result list, so every entry returns 0.
+/// Errors travel in the result list, so every entry returns 0.
 template <auto handler, typename... Argument>
 int by(Argument... arguments) {
     handler(arguments...);
@@ -104,9 +104,9 @@ namespace nimb {
 
 namespace {
 
-// A row of the table as hosts read it, nimb_callout_row, save that the function keeps its type: the
-// type gives the argument characters, and a cast away from it would have to run when the library
-// is loaded.
+/// A row of the table as hosts read it, nimb_callout_row, save that the function keeps its type:
+/// the type gives the argument characters, and a cast away from it would have to run when the
+/// library is loaded.
 struct Row {
     constexpr Row() : name(nullptr), arguments(nullptr), function{.none = nullptr} {}
     constexpr Row(const char* entryName, int (*entry)(HostBytes*, const HostBytes*))
@@ -132,7 +132,7 @@ struct Row {
 static_assert(sizeof(Row) == 3 * sizeof(void*) && sizeof(Row) == sizeof(nimb_callout_row),
               "hosts step through rows of three pointers");
 
-// The order is fixed: Compatibility C6.
+/// The order is fixed: Compatibility C6.
 constinit const Row zfedll_static[] = {
     {"zfTest", zfTest},
     {"zfTestGetInt", zfTestGetInt},

@@ -11,8 +11,8 @@ namespace nimb {
 
 namespace {
 
-// Every attribute id is read, so each must be readable, but reads of the Value attribute are
-// prepared, whatever was given: Compatibility C19.
+/// Every attribute id is read, so each must be readable, but reads of the Value attribute are
+/// prepared, whatever was given: Compatibility C19.
 std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds) {
     for (const VeltoListItem attribute : attributeIds) {
         static_cast<void>(attribute.AsLong());

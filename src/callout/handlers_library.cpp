@@ -19,7 +19,7 @@ std::string dotted(int major, int minor, int revision) {
     return text;
 }
 
-// Of a component that this library does not have: Compatibility C28.
+/// Of a component that this library does not have: Compatibility C28.
 void appendSecondVersion(VeltoList& list) {
     list += 1;
     list += dotted(0, 0, 0);

@@ -13,7 +13,7 @@ void appendName(VeltoList& results, const char* name) {
     results.appendAChars(name, std::strlen(name));
 }
 
-// Four of the five look-ups answer nothing but the name of a number.
+/// Four of the five look-ups answer nothing but the name of a number.
 void answerName(HostBytes* out, const HostBytes* in, const char* tag, const char* (*nameOf)(long)) {
     callFrame(out, in, tag, 1, [nameOf](const Arguments& arguments, VeltoList& results) -> UACErr {
         appendName(results, nameOf(arguments[0].AsLong()));

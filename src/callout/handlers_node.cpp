@@ -74,7 +74,7 @@ void OpcuaStatic::writeAttribute(HostBytes* out, const HostBytes* in) {
                 });
 }
 
-// The lists come as type, namespace, identifier: Compatibility C16.
+/// The lists come as type, namespace, identifier: Compatibility C16.
 void OpcuaStatic::browse(HostBytes* out, const HostBytes* in) {
     waitingFrame(out, in, "[B24]", 4, [](const Arguments& arguments, VeltoList& results) -> UACErr {
         const long handle = arguments.handle();

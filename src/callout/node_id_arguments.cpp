@@ -9,8 +9,8 @@ namespace nimb {
 
 namespace {
 
-// Numeric identifiers have 32 bits without a sign; the bits beyond them are dropped (Compatibility
-// C17). AsLong stops at the ends of the signed range: from there on the number in full tells.
+/// Numeric identifiers have 32 bits without a sign; the bits beyond them are dropped (Compatibility
+/// C17). AsLong stops at the ends of the signed range: from there on the number in full tells.
 long numericIdentifier(const VeltoListItem& item) {
     using Limits = std::numeric_limits<std::int32_t>;
     const long value = item.AsLong();

@@ -15,15 +15,15 @@ namespace nimb {
 namespace {
 
 ProcessState* state = nullptr;
-// A copy of the process (fork) has the state too, but the sessions are not its own.
+/// A copy of the process (fork) has the state too, but the sessions are not its own.
 pid_t maker = 0;
 bool processEnds = false;
 
 void noteEndOfProcess() { processEnds = true; }
 
-// The loader runs this when the library is unloaded, before the library's own exit handlers, and
-// at the process's end, behind the exit handlers of all. Then clients that live stay: destructors
-// of others may still use them, and what is left is reachable and goes with the process.
+/// The loader runs this when the library is unloaded, before the library's own exit handlers, and
+/// at the process's end, behind the exit handlers of all. Then clients that live stay: destructors
+/// of others may still use them, and what is left is reachable and goes with the process.
 [[gnu::destructor]] void giveBack() {
     using Clients = HandleMap<OpcuaClient>;
     const CancellationPutOff whileSessionsClose;

@@ -11,8 +11,8 @@ namespace nimb {
 
 namespace {
 
-// The encoded integer 0, written ahead of the results rather than inserted into them: a poll's
-// results would otherwise be moved once more.
+/// The encoded integer 0, written ahead of the results rather than inserted into them: a poll's
+/// results would otherwise be moved once more.
 constexpr std::string_view kSuccess("\x02\x04", 2);
 
 void writeOutput(std::string_view head, const VeltoROList& list, HostBytes* out) {
@@ -28,8 +28,8 @@ void writeOutput(std::string_view head, const VeltoROList& list, HostBytes* out)
     out->length = static_cast<std::uint16_t>(length);
 }
 
-// Apart from the way that calls mostly take, which needs neither its stack buffers nor the stack
-// protector that comes with them.
+/// Apart from the way that calls mostly take, which needs neither its stack buffers nor the stack
+/// protector that comes with them.
 [[gnu::noinline]] void writeFailure(const UACErr& error, VeltoList& results, HostBytes* out) {
     results.Reset();
     UAC_GetErrorList(error, results);

@@ -11,8 +11,8 @@ namespace nimb {
 
 namespace {
 
-// SByte to Int64 and StatusCode, by their positions in the stack's type table. The gaps are
-// deliberate: Compatibility C23.
+/// SByte to Int64 and StatusCode, by their positions in the stack's type table. The gaps are
+/// deliberate: Compatibility C23.
 constexpr unsigned long kIntegerTypes = 0x400FE;
 
 constexpr long kFloatType = UA_TYPES_FLOAT;

@@ -12,10 +12,10 @@ namespace nimb {
 
 namespace {
 
-// Reference type, direction, node class, browse name, display name and type definition.
+/// Reference type, direction, node class, browse name, display name and type definition.
 constexpr UA_UInt32 kAllReferenceFields = 0x3F;
 
-// Forward references of all types to nodes of all classes; the server chooses the page size.
+/// Forward references of all types to nodes of all classes; the server chooses the page size.
 void fillRequest(const NodeIdArray& ids, UA_BrowseRequest& request) {
     void* nodes = UA_Array_new(ids.size(), &UA_TYPES[UA_TYPES_BROWSEDESCRIPTION]);
     if (nodes == nullptr) {

@@ -24,7 +24,7 @@ UACErr conversionFailed(const char* tag, std::size_t index) {
             "Error encountered processing OPC response%s: idx = %d", tag, static_cast<int>(index)};
 }
 
-// [value, source timestamp], an empty string standing for what the server did not send.
+/// [value, source timestamp], an empty string standing for what the server did not send.
 void appendValueAndTime(VeltoList* out, const UACExport& exporter, const UA_DataValue& value,
                         bool& inValue) {
     inValue = true;

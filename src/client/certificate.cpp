@@ -8,7 +8,7 @@ namespace nimb {
 
 namespace {
 
-// Contents of object identifiers.
+/// Contents of object identifiers.
 constexpr std::array<unsigned char, 9> kRsaEncryption = {0x2A, 0x86, 0x48, 0x86, 0xF7,
                                                          0x0D, 0x01, 0x01, 0x01};
 constexpr std::array<unsigned char, 8> kPkcs1 = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01};

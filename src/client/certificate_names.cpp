@@ -19,7 +19,7 @@ std::string_view textOf(Bytes bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// Host names are compared in ASCII, whatever the process's locale.
+/// Host names are compared in ASCII, whatever the process's locale.
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 bool sameText(std::string_view a, std::string_view b) {

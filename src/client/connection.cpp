@@ -12,7 +12,7 @@ namespace {
 constexpr int kChannelOpen = 6;
 constexpr int kChannelClosed = 8;
 
-// open62541 1.4 counts its transport states in; hosts know a shorter row: Compatibility C22.
+/// open62541 1.4 counts its transport states in; hosts know a shorter row: Compatibility C22.
 int hostChannelState(UA_SecureChannelState state) {
     switch (state) {
         case UA_SECURECHANNELSTATE_HEL_SENT:
@@ -61,9 +61,9 @@ void OpcuaClient::closeSession() {
     UA_Client_disconnect(client_.get());
 }
 
-// Every connect starts from a closed session: asked to connect elsewhere while connected, the
-// stack answers "Good" and stays where it is. When a connect failed between two channels, it goes
-// on with the server that it had found then; only a disconnect makes it forget that one.
+/// Every connect starts from a closed session: asked to connect elsewhere while connected, the
+/// stack answers "Good" and stays where it is. When a connect failed between two channels, it goes
+/// on with the server that it had found then; only a disconnect makes it forget that one.
 UACErr OpcuaClient::closeBeforeConnect(const char* resetText) {
     ClientState state;
     if (client_ == nullptr && !resetRequired_) {

@@ -72,7 +72,7 @@ bool DecryptedMessages::accept(const UA_ByteString& chunk) {
     return refused == nullptr;
 }
 
-// Behind the body stands the padding, its last byte the number of the others.
+/// Behind the body stands the padding, its last byte the number of the others.
 const char* DecryptedMessages::refusal(std::span<const unsigned char> chunk) {
     constexpr std::size_t bodyAt = 24;
     constexpr std::size_t finalAt = 3;

@@ -23,7 +23,7 @@ UA_String viewOf(std::string& text) {
     return {text.size(), reinterpret_cast<unsigned char*>(text.data())};
 }
 
-// Waits for room in the socket's buffer. False when the time is over or the socket broken.
+/// Waits for room in the socket's buffer. False when the time is over or the socket broken.
 bool awaitRoom(int socket, TransportClock::time_point deadline) {
     const auto left = std::chrono::ceil<milliseconds>(deadline - TransportClock::now());
     if (left.count() <= 0) {
@@ -52,8 +52,8 @@ bool sendAll(int socket, const UA_ByteString& message, TransportClock::time_poin
     return true;
 }
 
-// A request for a channel names its security policy: behind the header and the channel's number a
-// length and the name.
+/// A request for a channel names its security policy: behind the header and the channel's number a
+/// length and the name.
 bool asksForChannel(const UA_ByteString& message, bool& inClear) {
     constexpr std::size_t nameAt = 16;
     constexpr std::string_view none = "http://opcfoundation.org/UA/SecurityPolicy#None";

@@ -75,8 +75,8 @@ UA_StatusCode GuardedTransport::install(UA_ClientConfig& config) {
     return DecryptedMessages::watch(config);
 }
 
-// As an event source it has nothing to start and nothing to wait for. It is the event loop's from
-// the registration on.
+/// As an event source it has nothing to start and nothing to wait for. It is the event loop's from
+/// the registration on.
 void GuardedTransport::fillSlots() {
     protocol = {tcp.size(), tcp.data()};
     eventSource.eventSourceType = UA_EVENTSOURCETYPE_CONNECTIONMANAGER;
@@ -127,7 +127,7 @@ void GuardedTransport::fillSlots() {
     };
 }
 
-// The last source that was registered stands first.
+/// The last source that was registered stands first.
 GuardedTransport* GuardedTransport::of(UA_EventLoop* loop) {
     for (UA_EventSource* source = loop->eventSources; source != nullptr; source = source->next) {
         auto* manager = reinterpret_cast<UA_ConnectionManager*>(source);
@@ -144,8 +144,8 @@ GuardedTransport* GuardedTransport::of(UA_Client* client) {
     return config == nullptr || config->eventLoop == nullptr ? nullptr : of(config->eventLoop);
 }
 
-// After a request that nothing was heard of until its timeout the good-bye is sent, but not waited
-// for: it would cost one timeout more. The flag ends with the first byte that arrives.
+/// After a request that nothing was heard of until its timeout the good-bye is sent, but not waited
+/// for: it would cost one timeout more. The flag ends with the first byte that arrives.
 void GuardedTransport::begin(Use use, UA_UInt32 timeout) {
     const auto now = TransportClock::now();
     const bool inVain = use == Use::goodBye && lastRequestTimedOut_;
@@ -164,8 +164,8 @@ void GuardedTransport::end() {
     }
 }
 
-// One attempt to connect: once a connection of this call has failed, the stack gets no other. It
-// would try again without pause until the timeout.
+/// One attempt to connect: once a connection of this call has failed, the stack gets no other. It
+/// would try again without pause until the timeout.
 UA_StatusCode GuardedTransport::open(const UA_KeyValueMap& params, ConnectionRequest request) {
     const auto* host = scalar<UA_String>(params, "address", UA_TYPES_STRING);
     const auto* port = scalar<UA_UInt16>(params, "port", UA_TYPES_UINT16);
@@ -197,8 +197,8 @@ UA_StatusCode GuardedTransport::open(const UA_KeyValueMap& params, ConnectionReq
     return status;
 }
 
-// errno first: recv leaves it alone when the peer has closed, and open62541 1.4.11 then takes
-// EINTR or EAGAIN, left behind by whatever the host did before, for "try again".
+/// errno first: recv leaves it alone when the peer has closed, and open62541 1.4.11 then takes
+/// EINTR or EAGAIN, left behind by whatever the host did before, for "try again".
 UA_StatusCode GuardedTransport::runLoop(UA_EventLoop* loop, UA_UInt32 timeout) {
     // A loop that is stopped without a connection has nothing to wait for, but would.
     const bool done = loop->state == UA_EVENTLOOPSTATE_STOPPING && connections_.empty();
@@ -208,7 +208,7 @@ UA_StatusCode GuardedTransport::runLoop(UA_EventLoop* loop, UA_UInt32 timeout) {
     return run_(loop, timeout);
 }
 
-// Before the loop runs: what it kept of the bytes that came last is read without another event.
+/// Before the loop runs: what it kept of the bytes that came last is read without another event.
 void GuardedTransport::readDecrypted() const {
     DecryptedMessages* messages = nullptr;
     for (const auto& connection : connections_) {
@@ -273,9 +273,9 @@ void GuardedTransport::addressWorks(const std::string& address) {
     std::rotate(addresses_.begin(), found, found == addresses_.end() ? found : found + 1);
 }
 
-// The stack learns of the end of a connection within a round of its loop. That round would then
-// wait for what no longer comes, a whole timeout; it does not while a callback is waiting, which
-// the loop owns and calls at the latest when it is freed.
+/// The stack learns of the end of a connection within a round of its loop. That round would then
+/// wait for what no longer comes, a whole timeout; it does not while a callback is waiting, which
+/// the loop owns and calls at the latest when it is freed.
 void GuardedTransport::endRound() {
     auto* wakeUp = new (std::nothrow) UA_DelayedCallback{};
     if (wakeUp == nullptr) {
@@ -289,7 +289,7 @@ void GuardedTransport::endRound() {
     loop->addDelayedCallback(loop, wakeUp);
 }
 
-// Before `ended`, the stack has been told and may have opened the next connection.
+/// Before `ended`, the stack has been told and may have opened the next connection.
 void GuardedTransport::ended(GuardedConnection& connection) {
     DecryptedMessages::setReader(nullptr);
     std::erase_if(connections_, [&](const auto& other) { return other.get() == &connection; });

@@ -79,9 +79,9 @@ void OpcuaClient::discardStackClient() {
     serverCheck_.reset();
 }
 
-// The logger is in place before the defaults are applied: the event loop, the certificate check
-// and the security policies of open62541 1.4 each keep the pointer they find then. Without a log
-// file the stack is silent, for its default logger prints to the host's standard output.
+/// The logger is in place before the defaults are applied: the event loop, the certificate check
+/// and the security policies of open62541 1.4 each keep the pointer they find then. Without a log
+/// file the stack is silent, for its default logger prints to the host's standard output.
 UACErr OpcuaClient::makeStackClient() {
     discardStackClient();
     UA_ClientConfig config{};
@@ -93,10 +93,11 @@ UACErr OpcuaClient::makeStackClient() {
     return {};
 }
 
-// Sessions of hosts that ended without a good-bye stay at the server for the time asked for: long
-// enough for hosts that call every few minutes, short enough for servers with few sessions to give.
-// The channel is to end with the session: on one that outlived it, the next request would only be
-// told that the session is gone, while behind a new channel the stack makes a new session first.
+/// Sessions of hosts that ended without a good-bye stay at the server for the time asked for: long
+/// enough for hosts that call every few minutes, short enough for servers with few sessions to
+/// give. The channel is to end with the session: on one that outlived it, the next request would
+/// only be told that the session is gone, while behind a new channel the stack makes a new session
+/// first.
 UACErr OpcuaClient::finishSetup(int timeout) {
     constexpr UA_UInt32 sessionTimeout = 5 * 60 * 1000;  // milliseconds
     UA_ClientConfig* config = UA_Client_getConfig(client_.get());

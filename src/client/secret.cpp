@@ -17,7 +17,7 @@ void wipe(UA_ByteString& bytes) {
     }
 }
 
-// An empty text is not null; the stack tells exhausted memory by that alone.
+/// An empty text is not null; the stack tells exhausted memory by that alone.
 UA_String copyOf(const char* text) {
     const UA_String copy = UA_String_fromChars(text);
     if (copy.data == nullptr) {

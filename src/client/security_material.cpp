@@ -16,7 +16,7 @@ namespace nimb {
 
 namespace {
 
-// Longer paths are refused: Compatibility C13.
+/// Longer paths are refused: Compatibility C13.
 constexpr std::size_t kMaxPath = 998;
 
 struct DirectoryCloser {

@@ -98,8 +98,8 @@ UA_StatusCode ServerCheck::newContext(const UA_SecurityPolicy* policy,
     }
 }
 
-// The connection is closed already, so that nothing more happens on it: the loop of open62541
-// 1.4.11 would sleep to its next timer, up to a second.
+/// The connection is closed already, so that nothing more happens on it: the loop of open62541
+/// 1.4.11 would sleep to its next timer, up to a second.
 UA_StatusCode ServerCheck::refuse(UA_StatusCode status, const std::string& reason) {
     UA_LOG_ERROR(logger(), UA_LOGCATEGORY_CLIENT, "Server refused with %s: %s",
                  UA_StatusCode_name(status), reason.c_str());
@@ -129,7 +129,7 @@ UA_StatusCode ServerCheck::examine(const UA_SecurityPolicy& policy,
     return examineNames(*view);
 }
 
-// Discovery needs the policy None, and the stack looks it up for an endpoint without a policy.
+/// Discovery needs the policy None, and the stack looks it up for an endpoint without a policy.
 UA_StatusCode ServerCheck::examineUnsecured() {
     const auto mode =
         attribute<UA_MessageSecurityMode>(client_, "securityMode", UA_TYPES_MESSAGESECURITYMODE);

@@ -26,7 +26,7 @@ UACErr malformed(const char* text, std::size_t n, const char* tag = "") {
     return {UACERR_APPLICATION, APPERR_MALFORMED, "%s (n=%d)%s", text, static_cast<int>(n), tag};
 }
 
-// A list whose items add up to its length; nothing when the item is no such list.
+/// A list whose items add up to its length; nothing when the item is no such list.
 std::optional<VeltoROList> asList(const VeltoListItem& item) {
     if (item.Type() != item_code::kBytes) {
         return std::nullopt;
@@ -39,7 +39,7 @@ std::optional<VeltoROList> asList(const VeltoListItem& item) {
 /// The items of a property by position, as far as they matter.
 using Fields = std::array<std::optional<VeltoListItem>, kAttributeItem + 1>;
 
-// Nothing when the item is no list, or one whose items do not add up to its length.
+/// Nothing when the item is no list, or one whose items do not add up to its length.
 std::optional<Fields> fieldsOf(const VeltoListItem& property) {
     if (property.Type() != item_code::kBytes) {
         return std::nullopt;
@@ -55,7 +55,7 @@ std::optional<Fields> fieldsOf(const VeltoListItem& property) {
     return fields;
 }
 
-// Runs a reading step; nothing when it raised anything but exhausted memory.
+/// Runs a reading step; nothing when it raised anything but exhausted memory.
 template <typename Read>
 auto attempt(Read&& read) -> std::optional<decltype(read())> {
     try {
@@ -69,9 +69,9 @@ auto attempt(Read&& read) -> std::optional<decltype(read())> {
 
 bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-// Reads a whole text as strtol with base 10 does in the C locale: leading blanks, one sign,
-// digits. Nothing when other characters follow or the number leaves the 64-bit range. The empty
-// text is 0: Compatibility C18.
+/// Reads a whole text as strtol with base 10 does in the C locale: leading blanks, one sign,
+/// digits. Nothing when other characters follow or the number leaves the 64-bit range. The empty
+/// text is 0: Compatibility C18.
 std::optional<long> wholeNumber(std::string_view text) {
     if (text.empty()) {
         return 0;
@@ -100,8 +100,8 @@ std::optional<long> wholeNumber(std::string_view text) {
     return value;
 }
 
-// A name that is a number names a numeric node. In string modes other than 0 and 1 every other
-// name is the empty one.
+/// A name that is a number names a numeric node. In string modes other than 0 and 1 every other
+/// name is the empty one.
 void setNodeName(UA_NodeId& id, long namespaceIndex, const VeltoListItem& name) {
     const bool wide = hostTexts() == HostTexts::utf16;
     OwnedString identifier = wide ? hostString(name) : OwnedString();

@@ -7,8 +7,8 @@ namespace nimb {
 
 namespace {
 
-// Indexed by the state numbers that hosts know. Unlike the session's, the channel's numbering
-// begins with the undefined state and ends with the closed one.
+/// Indexed by the state numbers that hosts know. Unlike the session's, the channel's numbering
+/// begins with the undefined state and ends with the closed one.
 constexpr const char* kChannelStateNames[] = {
     "StateUndefined", "HelSent", "HelReceived", "AckSent", "AckReceived",
     "OpnSent",        "Open",    "Closing",     "Closed",
@@ -23,7 +23,7 @@ const char* OpcuaClient::getStatusCodeName(unsigned int statusCode) {
     return UA_StatusCode_name(statusCode);
 }
 
-// The state is given by its parts: Compatibility C28.
+/// The state is given by its parts: Compatibility C28.
 const char* OpcuaClient::getClientStateName(long /*state*/) { return "Deprecated"; }
 
 const char* OpcuaClient::getSecureChannelStateName(long state) {

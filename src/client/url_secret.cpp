@@ -9,8 +9,8 @@ namespace nimb {
 
 namespace {
 
-// Whether the stack finds a host in the URL that is free of a user's part. What comes behind it may
-// hold an "@".
+/// Whether the stack finds a host in the URL that is free of a user's part. What comes behind it
+/// may hold an "@".
 bool hasPlainHost(std::string url) {
     const UA_String whole = UACExport::AString2UAString(&url);
     UA_String host = UA_STRING_NULL;

@@ -130,12 +130,13 @@ std::size_t identifierLength(const UA_NodeId& id) {
     return id.identifierType == UA_NODEIDTYPE_STRING ? id.identifier.string.length : 0;
 }
 
-// Most bytes of writeReference(), the payload of texts apart.
+/// Most bytes of writeReference(), the payload of texts apart.
 constexpr std::size_t kHeader = ItemWriter::kHeaderBytes;
 constexpr std::size_t kByteRoom = kHeader + 1;
 constexpr std::size_t kInt16Room = kHeader + 2;
 constexpr std::size_t kInt32Room = kHeader + 4;
-// A numeric identifier, whose type 0 takes no payload; the others have a text and a type of a byte.
+/// A numeric identifier, whose type 0 takes no payload; the others have a text and a type of a
+/// byte.
 constexpr std::size_t kNodeIdRoom = kHeader + kInt16Room + kInt32Room + kHeader + kByteRoom;
 constexpr std::size_t kExpandedNodeIdRoom = kNodeIdRoom + kHeader + kInt32Room;
 constexpr std::size_t kNamesRoom = 2 * kHeader + 3 * kHeader + kInt16Room;

@@ -8,7 +8,7 @@
 namespace nimb {
 namespace {
 
-// Room for the longest text without an identifier string: "(65535,-2147483648)" and the like.
+/// Room for the longest text without an identifier string: "(65535,-2147483648)" and the like.
 constexpr std::size_t kFixedCapacity = 32;
 
 void printStringId(const UA_NodeId& id, char* buffer) {

@@ -6,7 +6,8 @@
 namespace nimb {
 namespace {
 
-// Type indexes and sizes are fixed towards hosts and taken from the stack as it is; both must hold.
+/// Type indexes and sizes are fixed towards hosts and taken from the stack as it is; both must
+/// hold.
 static_assert(UA_TYPES_BOOLEAN == 0 && UA_TYPES_STRING == 11 && UA_TYPES_DATETIME == 12 &&
               UA_TYPES_NODEID == 16 && UA_TYPES_STATUSCODE == 18 && UA_TYPES_DATAVALUE == 22 &&
               UA_TYPES_VARIANT == 23 && UA_TYPES_DIAGNOSTICINFO == 24);

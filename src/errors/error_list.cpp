@@ -17,11 +17,11 @@ namespace nimb {
 
 namespace {
 
-// Room for the numbered heads with their terminating zero; longer ones are cut: Compatibility C8.
+/// Room for the numbered heads with their terminating zero; longer ones are cut: Compatibility C8.
 constexpr std::size_t kHeadSize = 30;
 
-// One unit a byte by sign extension, so that 0x80 to 0xFF become 0xFF80 to 0xFFFF: Compatibility
-// C9.
+/// One unit a byte by sign extension, so that 0x80 to 0xFF become 0xFF80 to 0xFFFF: Compatibility
+/// C9.
 void appendWidened(std::u16string& text, std::string_view bytes) {
     const std::size_t begin = text.size();
     text.resize(begin + bytes.size());

@@ -4,7 +4,7 @@ namespace nimb {
 
 namespace {
 
-// Indexed by UACERR_TYPE. The second name is cut short: Compatibility C10.
+/// Indexed by UACERR_TYPE. The second name is cut short: Compatibility C10.
 constexpr const char* kKindNames[] = {
     "No Error",     "Incomplete w/o Err", "Application Error", "Callin Error",
     "OPC-UA Error", "Client Error",       "Server Error",      "Unknown Error",
@@ -12,7 +12,7 @@ constexpr const char* kKindNames[] = {
 
 constexpr const char* kUndefinedApplicationError = "Undefined error";
 
-// Indexed by ApplicationError.
+/// Indexed by ApplicationError.
 constexpr const char* kApplicationErrorNames[] = {
     "No error",
     "Client instance not found, Bad handle",

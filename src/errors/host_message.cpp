@@ -9,7 +9,7 @@ namespace nimb {
 
 namespace {
 
-// The host states how much it wrote; it cannot have written more than the buffer holds.
+/// The host states how much it wrote; it cannot have written more than the buffer holds.
 std::u16string_view written(const HostText& text) {
     return {text.data, std::min<std::size_t>(text.length, HostText::capacity)};
 }

@@ -25,24 +25,24 @@ char UAC_log_filename_buffer[UAC_log_filename_size] = {};
 int UAC_log_pid = 0;
 unsigned int UAC_log_counter = 0;  // begins anew after 2^32 lines
 
-// A name of this length or less holds nothing of the caller's text.
+/// A name of this length or less holds nothing of the caller's text.
 constexpr std::size_t kEmptyNameLength = std::string_view("uaclogfile_.txt").size();
 
-// Written out because isalnum follows the locale of the host process.
+/// Written out because isalnum follows the locale of the host process.
 bool keptInName(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
            c == '.' || c == '_';
 }
 
-// The continuation bytes that follow the first byte of a UTF-8 character, where they may be below
-// 0xA0 without making it a control character.
+/// The continuation bytes that follow the first byte of a UTF-8 character, where they may be below
+/// 0xA0 without making it a control character.
 int continuationsOf(unsigned char first) {
     return first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first > 0xC2 ? 1 : 0;
 }
 
-// A call is a line, and a text from outside is shown and never obeyed: a "?" takes the place of
-// every control character but the tab. Those from 0x80 to 0x9F are controls to 8-bit terminals as
-// bytes and to others behind a 0xC2, and otherwise parts of UTF-8 characters.
+/// A call is a line, and a text from outside is shown and never obeyed: a "?" takes the place of
+/// every control character but the tab. Those from 0x80 to 0x9F are controls to 8-bit terminals as
+/// bytes and to others behind a 0xC2, and otherwise parts of UTF-8 characters.
 void replaceControls(std::span<char> text) {
     int continuations = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -59,7 +59,7 @@ void replaceControls(std::span<char> text) {
     }
 }
 
-// The form of asctime_r without its newline: 24 characters and a zero.
+/// The form of asctime_r without its newline: 24 characters and a zero.
 void writeLocalTime(char (&text)[26]) {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
@@ -70,23 +70,23 @@ void writeLocalTime(char (&text)[26]) {
     text[24] = '\0';
 }
 
-// A pipe of the log file's name must not make the host wait for a reader, nor end it by SIGPIPE
-// when the reader goes: only regular files are written. O_CLOEXEC: the descriptor must not leak
-// into programs that the host starts.
+/// A pipe of the log file's name must not make the host wait for a reader, nor end it by SIGPIPE
+/// when the reader goes: only regular files are written. O_CLOEXEC: the descriptor must not leak
+/// into programs that the host starts.
 int openLogFile() {
     constexpr int kFlags = O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     return open(UAC_log_filename, kFlags, 0666);
 }
 
-// Whether the file's last line was cut short, by this process or another: a disk or a file-size
-// limit that is reached takes the beginning of a line.
+/// Whether the file's last line was cut short, by this process or another: a disk or a file-size
+/// limit that is reached takes the beginning of a line.
 bool endsWithinLine(int file, off_t size) {
     char last = '\n';
     return size > 0 && pread(file, &last, 1, size - 1) == 1 && last != '\n';
 }
 
-// Appends the line, which begins with a newline for the case that the file ends within one. One
-// write keeps lines whole when several processes share the file.
+/// Appends the line, which begins with a newline for the case that the file ends within one. One
+/// write keeps lines whole when several processes share the file.
 void appendToLogFile(std::string_view line) {
     const ClosedStreamsTaken meanwhile;
     const FileDescriptor file(openLogFile());

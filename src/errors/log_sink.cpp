@@ -22,13 +22,13 @@ namespace {
 
 RepeatedLine repeatedLine;
 
-// open62541 1.4 numbers its levels 100 (trace) to 600 (fatal).
+/// open62541 1.4 numbers its levels 100 (trace) to 600 (fatal).
 const char* levelName(UA_LogLevel level) {
     const int index = std::clamp(static_cast<int>(level) / 100 - 1, 0, 5);
     return UAC_UA_logLevelNames[index];
 }
 
-// open62541 1.4 has categories beyond the seven that hosts know (event loop, PubSub, discovery).
+/// open62541 1.4 has categories beyond the seven that hosts know (event loop, PubSub, discovery).
 const char* categoryName(UA_LogCategory category) {
     const auto index = static_cast<std::size_t>(category);
     return index < std::size(UAC_UA_logCategoryNames) ? UAC_UA_logCategoryNames[index] : "other";

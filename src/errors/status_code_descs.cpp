@@ -2,8 +2,8 @@
 
 namespace nimb {
 
-// The status codes of the OPC UA standard in the order in which it publishes them, then the pair
-// that closes the list. The slots behind it are zero.
+/// The status codes of the OPC UA standard in the order in which it publishes them, then the pair
+/// that closes the list. The slots behind it are zero.
 const StatusCodeDesc UAC_status_code_descs[UAC_status_code_slots] = {
     {0x00000000, "Good."},
     {0x80010000, "An unexpected error occurred."},

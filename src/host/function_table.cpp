@@ -7,17 +7,17 @@ HostFunction* nimbfunctabp = nullptr;
 
 namespace {
 
-// Positions in the host's function table, counted from 0.
+/// Positions in the host's function table, counted from 0.
 enum Slot : std::size_t {
     messageTextsSlot = 9,
     releaseDescriptorSlot = 117,
     obtainBufferSlot = 118,
 };
 
-// Hosts answer 0 for success.
+/// Hosts answer 0 for success.
 using MessageTexts = int (*)(long code, HostText* message, HostText* detail);
 using ReleaseDescriptor = void (*)(HostDescriptor*);
-// Hosts answer 0 when there is no buffer. Only the low 32 bits of the answer are defined.
+/// Hosts answer 0 when there is no buffer. Only the low 32 bits of the answer are defined.
 using ObtainBuffer = int (*)(HostDescriptor*, int size);
 
 template <typename Function>

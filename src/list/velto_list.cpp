@@ -27,8 +27,8 @@ VeltoList::VeltoList(const unsigned char* data, std::size_t length) {
 
 VeltoList::VeltoList(const CountedByteArray& bytes) : VeltoList(bytes.data(), bytes.length()) {}
 
-// A copy takes the cursor and count along, which hold for the same bytes: a copy of a list under
-// construction can go on being appended to.
+/// A copy takes the cursor and count along, which hold for the same bytes: a copy of a list under
+/// construction can go on being appended to.
 VeltoList::VeltoList(const VeltoROList& other) : VeltoList(other.data(), other.datalength()) {
     takeCursor(other);
 }
@@ -37,7 +37,7 @@ VeltoList::VeltoList(const VeltoList& other) : VeltoList(static_cast<const Velto
 
 VeltoList::VeltoList(VeltoList&& other) noexcept { swap(other); }
 
-// Assigning by way of a copy serves views over this list's own bytes too.
+/// Assigning by way of a copy serves views over this list's own bytes too.
 VeltoList& VeltoList::operator=(const VeltoROList& other) {
     if (this != &other) {
         VeltoList copy(other);
@@ -206,7 +206,8 @@ void VeltoList::takeCursor(const VeltoROList& other) noexcept {
     countKnown_ = other.countKnown_;
 }
 
-// A place outside any list: it stays so when items are added, and the next access starts at item 0.
+/// A place outside any list: it stays so when items are added, and the next access starts at item
+/// 0.
 void VeltoList::forgetCursor() noexcept {
     cursorItemsLeft_ = 0;
     cursorBytesLeft_ = std::numeric_limits<std::uint64_t>::max() / 2;

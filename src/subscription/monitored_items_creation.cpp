@@ -23,7 +23,7 @@ UACErr unexpectedLength(std::size_t results, std::size_t count) {
                           static_cast<int>(count));
 }
 
-// The node ids stay the caller's: the stack only reads them.
+/// The node ids stay the caller's: the stack only reads them.
 std::vector<UA_MonitoredItemCreateRequest> itemRequests(const NodeIdArray& ids,
                                                         const SubscriptionRequest& request) {
     std::vector<UA_MonitoredItemCreateRequest> items(ids.size());
@@ -38,7 +38,7 @@ std::vector<UA_MonitoredItemCreateRequest> itemRequests(const NodeIdArray& ids,
     return items;
 }
 
-// Values of the first result widened over the others.
+/// Values of the first result widened over the others.
 UACErr takeRevised(const UA_CreateMonitoredItemsResponse& response, SubscriptionRequest& request) {
     request.samplingInterval = response.results[0].revisedSamplingInterval;
     request.itemQueueSize = response.results[0].revisedQueueSize;
@@ -132,8 +132,8 @@ UACErr Subscription::addItems(const UA_CreateMonitoredItemsResponse& response, s
                          static_cast<int>(count));
 }
 
-// The server gives every refused item the id 0, so a second refused one cannot be added: what
-// comes behind it is then not followed.
+/// The server gives every refused item the id 0, so a second refused one cannot be added: what
+/// comes behind it is then not followed.
 MonitoredItem& Subscription::addItem(std::uint32_t monitoredItemId, std::size_t position,
                                      std::size_t results, std::size_t count) {
     const int index = static_cast<int>(position + 1);

@@ -10,7 +10,7 @@ namespace {
 /// Most bytes of an item in a line, beside those of its value: header, two times and the status.
 constexpr std::size_t kItemRoom = 160;
 
-// A longer line does not reach the host anyway.
+/// A longer line does not reach the host anyway.
 constexpr std::size_t kKeptCapacity = std::size_t{128} << 10;
 
 }  // namespace
@@ -38,8 +38,8 @@ int Subscription::getNextOutputLine(VeltoList* out, int maxPerLine) {
     return 1;
 }
 
-// Takes the front notification into the line; false when its item is in the line already. A
-// notification with an error, or of an item that is not known, is used up without effect.
+/// Takes the front notification into the line; false when its item is in the line already. A
+/// notification with an error, or of an item that is not known, is used up without effect.
 bool Subscription::takeInFront() {
     const ItemNotification& front = notificationQueue_.front();
     if (MonitoredItem* item = front.item) {
@@ -56,8 +56,8 @@ bool Subscription::takeInFront() {
     return true;
 }
 
-// What did not change is copied from the line before. The room is made beforehand, so that a line
-// is written whole or not at all.
+/// What did not change is copied from the line before. The room is made beforehand, so that a line
+/// is written whole or not at all.
 void Subscription::writeLine() {
     std::size_t room = kItemRoom;
     for (const MonitoredItem& item : items_) {

@@ -19,12 +19,12 @@ namespace {
 
 constexpr int kMaxPerLine = 9999;  // notifications folded into one line
 
-// Milliseconds.
+/// Milliseconds.
 constexpr std::int64_t kPause = 100;      // between two looks at the pace
 constexpr std::int64_t kShortPause = 10;  // while there is no connection
 constexpr std::int64_t kRestoreEvery = 1000;
 
-// False when a signal ended it.
+/// False when a signal ended it.
 bool pauseFor(std::int64_t time) {
     const timespec duration{time / 1000, time % 1000 * 1000000};
     return time <= 0 || clock_nanosleep(CLOCK_MONOTONIC, 0, &duration, nullptr) != EINTR;
@@ -53,7 +53,7 @@ void appendStatistics(VeltoList& out, int maxQueueSize, std::initializer_list<Qu
     items.commit(1);
 }
 
-// Appends the count of the lines and the lines.
+/// Appends the count of the lines and the lines.
 int appendLines(VeltoList& out, Subscription& subscription, int maxLines) {
     const std::size_t begin = out.datalength();
     NestedList lines(out);
@@ -73,9 +73,9 @@ double OpcuaClient::keepAliveRate() const {
     return rate;
 }
 
-// After a send that failed, as to a server that restarted while values moved, open62541 1.4 does
-// not connect again by itself. With a new connection it takes the session up again, and where the
-// server has no such session it reports the subscriptions as deleted.
+/// After a send that failed, as to a server that restarted while values moved, open62541 1.4 does
+/// not connect again by itself. With a new connection it takes the session up again, and where the
+/// server has no such session it reports the subscriptions as deleted.
 bool OpcuaClient::restoreConnection() {
     UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
     UA_Client_getState(client_.get(), &channel, nullptr, nullptr);
@@ -88,7 +88,7 @@ bool OpcuaClient::restoreConnection() {
     return __UA_Client_connect(client_.get(), true) == UA_STATUSCODE_GOOD;
 }
 
-// False when a signal ended the wait.
+/// False when a signal ended the wait.
 bool OpcuaClient::driveOnce(std::int64_t timeout) {
     const GuardedTransport* transport = GuardedTransport::of(client_.get());
     const std::uint64_t sent = transport->sentMessages();

@@ -29,9 +29,9 @@ void Subscription::silent() {
         static_cast<long>(milliseconds(CLOCK_MONOTONIC_COARSE) - lastChange_));
 }
 
-// By Republish of the message 0, which never exists: of all requests that name a subscription it
-// alone changes nothing, neither its settings nor what it is about to send, and every server that
-// has subscriptions has it. Alive, the server answers that there is no such message.
+/// By Republish of the message 0, which never exists: of all requests that name a subscription it
+/// alone changes nothing, neither its settings nor what it is about to send, and every server that
+/// has subscriptions has it. Alive, the server answers that there is no such message.
 bool Subscription::askServer() {
     if (!suspected_ || asking_ || status_ == SERVER_DELETED ||
         milliseconds(CLOCK_MONOTONIC_COARSE) < askedAgainAt_) {

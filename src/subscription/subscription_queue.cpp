@@ -83,8 +83,8 @@ void Subscription::processWaiting() {
     });
 }
 
-// Servers report the items in the order of their creation or, as open62541 1.4 does, in the reverse
-// one: before the map, the neighbours of the item found last are asked.
+/// Servers report the items in the order of their creation or, as open62541 1.4 does, in the
+/// reverse one: before the map, the neighbours of the item found last are asked.
 MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) {
     for (const std::size_t position : {lastFound_ + 1, lastFound_ - 1}) {
         if (position < items_.size() && items_[position].id() == monitoredItemId) {

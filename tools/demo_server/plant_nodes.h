@@ -60,7 +60,7 @@ inline constexpr std::int64_t fixedTime = 125912016001234567;
 /// A text with characters of two and three UTF-8 bytes.
 inline constexpr std::string_view coolingText = "Kühlwasser äöü 水温";
 
-// Folders; each is organised by the Objects folder.
+/// Folders; each is organised by the Objects folder.
 inline constexpr NodeAddress plantFolder = numericNode(1000);
 inline constexpr NodeAddress tank1 = numericNode(1001);
 inline constexpr NodeAddress tank2 = numericNode(1002);
@@ -72,7 +72,7 @@ inline constexpr NodeAddress manyFolder = numericNode(6);
 inline constexpr NodeAddress bulkFolder = numericNode(7);
 inline constexpr NodeAddress signalsFolder = numericNode(8);  // only with signals to put into it
 
-// The plant. Levels in per cent, temperatures in degrees Celsius, speed in rounds per minute.
+/// The plant. Levels in per cent, temperatures in degrees Celsius, speed in rounds per minute.
 inline constexpr NodeAddress tank1Level = stringNode("Tank1.Level");              // Double 42.5
 inline constexpr NodeAddress tank1Temperature = stringNode("Tank1.Temperature");  // Double 18.25
 inline constexpr NodeAddress tank1SetPoint = stringNode("Tank1.SetPoint");  // Double 50, writable
@@ -101,13 +101,13 @@ constexpr NodeAddress maximumOf(std::uint32_t type) { return numericNode(3300 + 
 /// Writable: a zero of every type from `boolean` to `byteString`, and of `statusCode`.
 constexpr NodeAddress writableOf(std::uint32_t type) { return numericNode(4000 + type); }
 
-// Odd: what only a data source can produce. The source time stamp is `fixedTime` where not said
-// otherwise; the server time stamp is always the time of the read, set by the server itself.
+/// Odd: what only a data source can produce. The source time stamp is `fixedTime` where not said
+/// otherwise; the server time stamp is always the time of the read, set by the server itself.
 inline constexpr NodeAddress badWithValue = stringNode("Odd.BadWithValue");  // BadSensorFailure, 13
 inline constexpr NodeAddress badWithoutValue = stringNode("Odd.BadWithoutValue");  // BadNoData
 inline constexpr NodeAddress uncertainWithValue = stringNode("Odd.UncertainWithValue");  // Int32 14
 inline constexpr NodeAddress goodWithoutValue = stringNode("Odd.GoodWithoutValue");
-// Int32 15 without time stamps: the server puts the time of the read in both places.
+/// Int32 15 without time stamps: the server puts the time of the read in both places.
 inline constexpr NodeAddress noTimestamps = stringNode("Odd.NoTimestamps");
 inline constexpr NodeAddress invalidUtf8 = stringNode("Odd.InvalidUtf8");    // 'a' FF C3 'z'
 inline constexpr NodeAddress fourByteUtf8 = stringNode("Odd.FourByteUtf8");  // a U+1F600 z

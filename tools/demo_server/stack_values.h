@@ -9,7 +9,7 @@
 
 namespace nimb::plant {
 
-// The owner that the library itself uses.
+/// The owner that the library itself uses.
 using nimb::Owned;
 using nimb::OwnedDataValue;
 using nimb::OwnedNodeId;

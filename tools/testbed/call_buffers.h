@@ -18,7 +18,8 @@ class CallBuffers {
         in_->length = static_cast<std::uint16_t>(arguments.datalength());
         std::copy_n(arguments.data(), in_->length, in_->data);
         out_->length = kUntouched;
-        reinterpret_cast<int (*)(HostBytes*, const HostBytes*)>(row.function)(out_.get(), in_.get());
+        reinterpret_cast<int (*)(HostBytes*, const HostBytes*)>(row.function)(out_.get(),
+                                                                              in_.get());
     }
     /// What the last call wrote.
     [[nodiscard]] Result result() const {

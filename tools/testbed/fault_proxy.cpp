@@ -67,7 +67,7 @@ void FaultProxy::serve() {
     }
 }
 
-// Sleeps until there is something to do. A freeze looks at nothing but the next fault.
+/// Sleeps until there is something to do. A freeze looks at nothing but the next fault.
 void FaultProxy::wait(Fault fault) {
     std::vector<pollfd> awaited{{wake_.get(), POLLIN, 0}};
     if (fault != Fault::freeze) awaited.push_back({listener_.descriptor(), POLLIN, 0});
@@ -105,7 +105,7 @@ void FaultProxy::endAll(Fault fault) {
     connections_.clear();
 }
 
-// False when one end has gone; the other then goes too.
+/// False when one end has gone; the other then goes too.
 bool FaultProxy::relay(Connection& connection, Fault fault) const {
     return pump(connection.request, fault) && pump(connection.reply, fault);
 }

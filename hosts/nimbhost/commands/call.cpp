@@ -31,7 +31,7 @@ int callOne(Tool& tool) {
 
 }  // namespace
 
-// The values are what the parser leaves over: it would take a list in brackets apart.
+/// The values are what the parser leaves over: it would take a list in brackets apart.
 void addCall(CLI::App& app, Tool& tool) {
     CLI::App* command = app.add_subcommand("call", "one call: call ENTRY [VALUE...]");
     command->footer("How values are typed: nimbhost help values");

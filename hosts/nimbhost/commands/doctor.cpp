@@ -28,7 +28,7 @@ struct Word {
 constexpr Word words[] = {
     {"ok", Style::good}, {"warn", Style::warning}, {"FAIL", Style::bad}, {"-", Style::faint}};
 
-// The table shows control characters as text, so colours come behind it.
+/// The table shows control characters as text, so colours come behind it.
 std::string withColours(const std::string& text, std::size_t resultAt) {
     std::string out;
     std::istringstream lines(text);

@@ -102,7 +102,7 @@ using NodesAction = int (*)(Tool&, const PlantSettings&, const std::vector<std::
 void addNodesCommand(CLI::App& app, Tool& tool, const char* name, const char* description,
                      NodesAction action);
 
-// The commands, one file each.
+/// The commands, one file each.
 void addCall(CLI::App& app, Tool& tool);
 void addCert(CLI::App& app, Tool& tool);
 void addCheck(CLI::App& app, Tool& tool);

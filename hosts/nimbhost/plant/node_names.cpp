@@ -13,7 +13,7 @@ using host::NodeId;
 
 constexpr NodeId kRoot{0, 84, {}};
 
-// Types of references that lead to no node below: encodings, descriptions, rules, types, events.
+/// Types of references that lead to no node below: encodings, descriptions, rules, types, events.
 constexpr std::uint32_t kSideways[] = {32, 37, 38, 39, 40, 41, 51, 52, 53, 54, 117, 3065};
 
 bool leadsDown(const host::Reference& reference) {

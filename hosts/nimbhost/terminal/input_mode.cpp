@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kOpenPage = "\033[?1049h\033[?25l";
 constexpr std::string_view kClosePage = "\033[?25h\033[?1049l";
 
-// For the signal handler, which finds no objects.
+/// For the signal handler, which finds no objects.
 termios before{};
 std::atomic<bool> changed{false};
 std::atomic<bool> pageIsOpen{false};

@@ -20,17 +20,19 @@ using test::itemHex;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr long long kMin64 = std::numeric_limits<long long>::min();
 
+/// The number that a text spells, in bytes and in 16-bit units at an odd address, whatever stands
+/// around it.
 double parse(const std::string& text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    const double value = VeltoROList::parsedblb(bytes, 0, text.size());
-    // The same text in 16-bit units, at an odd address.
-    std::basic_string<unsigned char> units(1, '\0');
-    for (char c : text) {
-        units += static_cast<unsigned char>(c);
-        units += static_cast<unsigned char>(0);
+    std::vector<double> values;
+    for (const char* behind : {"5", "E5"}) {
+        std::basic_string<unsigned char> bytes(1, '7'), units(1, '\0');
+        for (const char c : text + behind) bytes += static_cast<unsigned char>(c);
+        for (const unsigned char c : bytes) units.append({c, 0});
+        values.push_back(VeltoROList::parsedblb(bytes.data(), 1, text.size() + 1));
+        values.push_back(VeltoROList::parsedblu(units.data() + 1, 1, text.size() + 1));
     }
-    EXPECT_EQ(VeltoROList::parsedblu(units.data() + 1, 0, text.size()), value) << text;
-    return value;
+    for (const double value : values) EXPECT_EQ(value, values[0]) << text;
+    return values[0];
 }
 
 std::string text(const VeltoList& list) { return list.at(0).AsAString(); }

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "convert/utf.h"
 #include "convert_items.h"
 
 namespace nimb {
@@ -44,6 +45,7 @@ TEST(Utf, EveryCodePointConvertsBothWays) {
         const int shortest = 1 + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000);
         ASSERT_EQ(utf8.size(), static_cast<std::size_t>(shortest)) << std::uint32_t{c};
         ASSERT_TRUE(toUtf16(utf8) == utf16) << std::uint32_t{c};
+        ASSERT_EQ(utf16Length(utf8), utf16.size()) << std::uint32_t{c};
     }
 }
 

@@ -266,7 +266,9 @@ TEST(ListReading, SurvivesTheLargestClaimedLength) {
 
 TEST(ByteArray, ReleasesOnlyWhatItOwns) {
     CountedByteArray owner(new unsigned char[2]{3, 4}, 2, true);
-    const CountedByteArray moved(std::move(owner));
+    CountedByteArray first(std::move(owner));
+    CountedByteArray moved;
+    moved = std::move(first);
     EXPECT_EQ(itemHex(moved), "04 01 03 04");
     EXPECT_EQ(VeltoList(moved).AsCountedByteArray().length(), 2U);
 }

@@ -160,20 +160,25 @@ TEST(RepeatedLine, EqualLinesInARowAreWrittenOnceWithTheirNumber) {
     EXPECT_EQ(written, "a x|a repeated 2 times|a y|a x|b x|b repeated 1000 times|b z|");
 }
 
-TEST(LogSink, FoldsEqualMessagesOfTheStack) {
+TEST(LogSink, NamesLevelAndCategoryAndFoldsEqualMessagesOfTheStack) {
     const char* file = "uaclogfile_folding.txt";
     std::filesystem::remove(file);
     UAC_SetLogFileName("folding");
     for (const char* message : {"same", "same", "same", "other"}) {
         UA_LOG_WARNING(&UAC_UA_Log_toFile, UA_LOGCATEGORY_CLIENT, "%s", message);
     }
+    for (int category = 0; category < 8; ++category) {
+        UA_LOG_FATAL(&UAC_UA_Log_toFile, static_cast<UA_LogCategory>(category), ".");
+    }
     UAC_SetLogFileName("");
     std::string ends;
     std::ifstream log(file);
-    for (std::string line; std::getline(log, line);) {
-        ends += line.substr(std::min(line.find("client\t"), line.size())) + '|';
-    }
-    EXPECT_EQ(ends, "client\t same|client\t repeated 2 times|client\t other|");
+    for (std::string line; std::getline(log, line);) ends += line.substr(line.find(" * ")) + '\n';
+    EXPECT_EQ(ends,
+              " * warn/client\t same\n * warn/client\t repeated 2 times\n"
+              " * warn/client\t other\n * fatal/network\t .\n * fatal/channel\t .\n"
+              " * fatal/session\t .\n * fatal/server\t .\n * fatal/client\t .\n"
+              " * fatal/userland\t .\n * fatal/securitypolicy\t .\n * fatal/other\t .\n");
     std::filesystem::remove(file);
 }
 

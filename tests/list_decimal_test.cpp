@@ -212,6 +212,10 @@ TEST(NumberText, BecomesANumberItemOnlyWhereThatIsExact) {
     VeltoList list;
     list.appendDoubleString("92233720368547758.071");
     EXPECT_EQ(list.at(0).Type(), 1);
+    long exponent = -129;
+    long long mantissa = 70;
+    EXPECT_TRUE(VeltoROList::scale(exponent, mantissa));
+    EXPECT_EQ(mantissa, 7);
 }
 
 TEST(Numbers, KnowNoLocale) {

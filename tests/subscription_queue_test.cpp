@@ -62,6 +62,14 @@ TEST_F(SubscriptionQueue, ManyQueuedChangesComeInTheirOrder) {
     EXPECT_EQ(poll(), "[" + filler + "1999 | c]");
 }
 
+TEST_F(SubscriptionQueue, AValueThatFillsABlockComesBeforeTheNext) {
+    ASSERT_FALSE(create(1).isError());
+    const std::string large(70000, '.');
+    stack.change(101, large);
+    stack.change(101, "next");
+    EXPECT_TRUE(poll() == "[" + large + "] [next]");
+}
+
 TEST_F(SubscriptionQueue, ABigPollLeavesNoMemoryBehind) {
     const auto used = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
     ASSERT_FALSE(create(50).isError());

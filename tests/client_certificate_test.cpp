@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "client/server_check.h"
@@ -148,6 +149,40 @@ TEST(CertificateBytes, DamagedCertificatesAreRefusedOrReadWithinTheirBounds) {
     EXPECT_EQ(CertificateView::read(bytesOf(good + good))->bytes().size(), good.size());
     EXPECT_EQ(CertificateView::read(bytesOf(good + "x"))->bytes().size(), good.size());
     EXPECT_FALSE(CertificateView::read(bytesOf(good + "-----BEGIN CERTIFICATE-----\0"s)));
+}
+
+TEST(CertificateBytes, WithoutAPartAreRefused) {
+    const std::string empty = element(0x30, ""), signature = element(0x03, "x");
+    EXPECT_FALSE(CertificateView::read(bytesOf(element(0x30, empty + empty + signature))));
+    CertificateMaker maker;
+    const std::string good = readFile(maker.selfSigned("good", "urn:a").der());
+    const auto body = DerReader(DerReader(bytesOf(good)).next()->content).next()->whole;
+    const std::string rest(reinterpret_cast<const char*>(body.data()), body.size());
+    const auto certificate = [&](const std::string& parts) {
+        const std::size_t size = parts.size();
+        return "\x30\x82"s + static_cast<char>(size >> 8) + static_cast<char>(size & 0xFF) + parts;
+    };
+    EXPECT_TRUE(CertificateView::read(bytesOf(certificate(rest + empty + signature))));
+    EXPECT_FALSE(CertificateView::read(bytesOf(certificate(rest + signature))));
+    EXPECT_FALSE(CertificateView::read(bytesOf(certificate(rest + empty))));
+}
+
+TEST(CertificateBytes, AllowAServerWhatTheirUsagesName) {
+    CertificateMaker maker;
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"digitalSignature, keyEncipherment", "serverAuth", true},
+        {"digitalSignature, keyEncipherment", "clientAuth, anyExtendedKeyUsage", true},
+        {"digitalSignature, keyEncipherment", "clientAuth", false},
+        {"digitalSignature", "serverAuth", false},
+        {"keyEncipherment", "serverAuth", false}};
+    for (const auto& [usage, purposes, allowed] : cases) {
+        Traits traits;
+        traits.usage = usage;
+        traits.purposes = purposes;
+        const std::string name = usage + std::string(purposes);
+        const std::string der = readFile(maker.selfSigned(name, "urn:a", longValid, traits).der());
+        EXPECT_EQ(CertificateView::read(bytesOf(der))->allowsServer(), allowed) << name;
+    }
 }
 
 TEST(CertificateBytes, KindsOfKeysAreToldApart) {

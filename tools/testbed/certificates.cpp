@@ -37,7 +37,7 @@ subjectKeyIdentifier = hash
 [application]
 basicConstraints = critical, CA:false
 keyUsage = critical, @USAGE@, keyCertSign
-extendedKeyUsage = serverAuth, clientAuth
+extendedKeyUsage = @PURPOSES@
 subjectKeyIdentifier = hash
 subjectAltName = URI:@URI@, @HOSTS@
 )";
@@ -87,6 +87,7 @@ Certificate CertificateMaker::request(const std::string& name, const Traits& tra
     std::string config = replaced(std::string(settings), "@DIRECTORY@", directory_.path().string());
     config = replaced(config, "@HOSTS@", traits.hosts);
     config = replaced(config, "@USAGE@", traits.usage);
+    config = replaced(config, "@PURPOSES@", traits.purposes);
     config = replaced(config, "@DIGEST@", traits.digest);
     std::vector<std::string> command{"req", "-new", "-nodes", "-newkey"};
     command.insert(command.end(), traits.key.begin(), traits.key.end());

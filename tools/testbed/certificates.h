@@ -24,6 +24,7 @@ struct Traits {
     std::string usage = "digitalSignature, nonRepudiation, keyEncipherment, dataEncipherment";
     std::string digest = "sha256";
     std::vector<std::string> key = {"rsa:2048"};
+    std::string purposes = "serverAuth, clientAuth";  ///< the extended usage
 };
 
 inline const std::vector<std::string> ellipticKey{"ec", "-pkeyopt", "ec_paramgen_curve:prime256v1"};

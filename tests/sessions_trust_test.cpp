@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "lying_server.h"
 #include "sessions_encrypted.h"
 
 namespace nimb::test {
@@ -133,24 +134,6 @@ TEST_F(TrustTest, AServerIsAcceptedOrRefusedByItsCertificate) {
         }
         EXPECT_NE(log.text().find(c.logged), std::string::npos) << log.text();
         host_->call("zfDestroyClientB", client);
-    }
-}
-
-// What follows is done to the server's configuration while it runs.
-
-void claim(UA_ServerConfig& config, UA_MessageSecurityMode mode, const char* policy) {
-    UA_EndpointDescription& endpoint = config.endpoints[0];
-    endpoint.securityMode = mode;
-    UA_String_clear(&endpoint.securityPolicyUri);
-    endpoint.securityPolicyUri = UA_String_fromChars(policy);
-}
-
-void show(UA_ServerConfig& config, const std::string& certificate) {
-    for (std::size_t i = 0; i < config.securityPoliciesSize; ++i) {
-        UA_ByteString& own = config.securityPolicies[i].localCertificate;
-        UA_ByteString_clear(&own);
-        UA_ByteString_allocBuffer(&own, certificate.size());
-        std::copy(certificate.begin(), certificate.end(), own.data);
     }
 }
 

@@ -68,9 +68,11 @@ Certificate CertificateMaker::selfSigned(const std::string& name, const std::str
     return certificate;
 }
 
-Certificate CertificateMaker::authority(const std::string& name) {
+Certificate CertificateMaker::authority(const std::string& name, const Validity& validity,
+                                        const Certificate* issuer) {
     Certificate certificate = request(name);
-    sign(certificate, certificate, "authority", "urn:unused", longValid);
+    sign(certificate, issuer == nullptr ? certificate : *issuer, "authority", "urn:unused",
+         validity);
     return certificate;
 }
 

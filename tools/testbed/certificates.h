@@ -51,8 +51,9 @@ class CertificateMaker {
     Certificate selfSigned(const std::string& name, const std::string& applicationUri,
                            const Validity& validity = longValid, const Traits& traits = {});
 
-    /// An authority that can issue certificates.
-    Certificate authority(const std::string& name);
+    /// An authority that can issue certificates: a root, or one that `issuer` stands for.
+    Certificate authority(const std::string& name, const Validity& validity = longValid,
+                          const Certificate* issuer = nullptr);
 
     /// An application's certificate issued by `authority`.
     Certificate issue(const Certificate& authority, const std::string& name,

@@ -27,6 +27,15 @@ TEST(Commands, KeepKeyAndCertificateTogetherWhenEndedInTheMiddle) {
                       "own/client.key.pem is there without own/client.der"));
     EXPECT_EQ(place.run("nimbhost cert new -p north --uri urn:a:b --force").status, 0);
     EXPECT_NE(place.file("own/client.key.pem"), key);
+    // Ended between the two names.
+    place.folder.write("own/client.key.pem", key);
+    const auto shown = place.run("nimbhost cert show own");
+    EXPECT_EQ(shown.status, 1);
+    EXPECT_TRUE(holds(shown.out, "BELONGS TO NO CERTIFICATE")) << shown.out;
+    EXPECT_TRUE(holds(place.run("nimbhost cert new -p north --uri urn:a:b").err,
+                      "own/client.key.pem does not belong to own/client.der"));
+    EXPECT_TRUE(holds(place.run("nimbhost doctor -p north -u opc.tcp://127.0.0.1:1").out,
+                      "own/client.key.pem belongs to another certificate"));
 }
 
 TEST(Commands, MakeTrustAndUseAnEncryptedSessionFromNothing) {

@@ -77,6 +77,22 @@ FileFinding lookAt(const std::filesystem::path& file) {
     return out;
 }
 
+std::vector<FileFinding> lookAtAll(const std::vector<std::filesystem::path>& files) {
+    std::vector<FileFinding> all;
+    for (const auto& file : files) all.push_back(lookAt(file));
+    const auto isCertificate = [](const FileFinding& each) { return each.certificate.has_value(); };
+    for (FileFinding& finding : all) {
+        if (!finding.key || finding.key->fault() != PrivateKey::Fault::none) continue;
+        const auto isItsOwn = [&](const FileFinding& each) {
+            return each.certificate && finding.key->belongsTo(*each.certificate);
+        };
+        finding.isStray =
+            std::ranges::any_of(all, isCertificate) && std::ranges::none_of(all, isItsOwn);
+        if (finding.isStray) finding.text += ", BELONGS TO NO CERTIFICATE beside it";
+    }
+    return all;
+}
+
 std::vector<std::filesystem::path> filesOf(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> out;
     std::error_code error;

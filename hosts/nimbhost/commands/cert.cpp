@@ -72,8 +72,11 @@ bool isThere(const fs::path& file) { return fs::exists(fs::symlink_status(file))
 /// Nothing that exists is replaced without a wish.
 void requireRoom(const fs::path& certificate, const fs::path& key, const fs::path& plant) {
     const bool hasKey = isThere(key);
-    if (hasKey != isThere(certificate)) {
-        throw BadInput((hasKey ? key : certificate).string() + " is there without " +
+    const bool hasBoth = hasKey && isThere(certificate);
+    const bool hasOne = !hasBoth && (hasKey || isThere(certificate));
+    if (hasOne || (hasBoth && lookAtAll({certificate, key})[1].isStray)) {
+        throw BadInput((hasKey ? key : certificate).string() +
+                       (hasOne ? " is there without " : " does not belong to ") +
                        (hasKey ? certificate : key).string() +
                        ", as a run leaves it that ended in the middle; --force makes both anew");
     }
@@ -121,13 +124,12 @@ int showFiles(const std::vector<std::string>& paths, const Tool& tool) {
     for (const std::string& path : paths) {
         std::vector<fs::path> files{path};
         if (fs::is_directory(path)) files = filesOf(path);
-        for (const fs::path& file : files) {
-            const FileFinding finding = lookAt(file);
+        for (const FileFinding& finding : lookAtAll(files)) {
             good = good && finding.isUsable();
             if (tool.json) {
                 sayJson(jsonOf(finding));
             } else {
-                say(file.string() + "  " + harmless(finding.text));
+                say(finding.file.string() + "  " + harmless(finding.text));
                 if (!finding.sha256.empty()) say("    sha256 " + finding.sha256);
             }
         }

@@ -58,8 +58,7 @@ void showFindings(const std::vector<Finding>& findings) {
         step = finding.step;
         longest = std::max(longest, step.size());
     }
-    std::cout << withColours(table.text(isTerminal(1) ? terminalWidth() : kNoWidth),
-                             longest + separator);
+    std::cout << withColours(table.text(tableWidth()), longest + separator);
 }
 
 std::string counted(std::size_t count, const char* what) {

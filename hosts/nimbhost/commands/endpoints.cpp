@@ -38,7 +38,7 @@ void showEndpoints(const std::vector<Endpoint>& endpoints, bool json) {
         }
     }
     if (json) return;
-    std::cout << table.text(terminalWidth());
+    std::cout << table.text(tableWidth());
     const Endpoint* encrypted = encryptedEndpoint(endpoints);
     if (encrypted != nullptr && encrypted->certificate) {
         say("certificate " + harmless(encrypted->certificate->subject()) + ", " +
@@ -55,14 +55,7 @@ void addEndpoints(CLI::App& app, Tool& tool) {
     const auto plant = std::make_shared<PlantOptions>();
     plant->addTo(*command, true);
     tool.onChosen(command, [plant, &tool]() -> int {
-        const PlantSettings settings = plant->settings();
-        const std::chrono::milliseconds timeout(settings.timeout);
-        std::vector<Endpoint> endpoints;
-        {
-            const Progress progress("asking " + settings.url + " for its endpoints ...");
-            endpoints = endpointsOf(settings.url, timeout);
-        }
-        showEndpoints(endpoints, tool.json);
+        showEndpoints(askForEndpoints(plant->settings()), tool.json);
         return allWell;
     });
 }

@@ -29,7 +29,7 @@ void showSizes(const Fitting& fitting, std::size_t nodes) {
             size.bytes ? std::to_string(*size.bytes * 100 / nimb_string_capacity) + " %" : "-";
         table.add({size.entry, bytes, share, judged(size, nodes)});
     }
-    std::cout << table.text(terminalWidth());
+    std::cout << table.text(tableWidth());
     if (fitting.lineBytes == 0) return;
     if (fitting.lines == 0) {
         say("A line of a subscription takes " + std::to_string(fitting.lineBytes) +

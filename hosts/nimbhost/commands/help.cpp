@@ -72,7 +72,7 @@ void listEntries() {
         table.add({entry.name, entry.specification,
                    std::string(entry.summary) + shortNames(entry.arguments)});
     }
-    std::cout << table.text(isTerminal(1) ? terminalWidth() : kNoWidth);
+    std::cout << table.text(tableWidth());
 }
 
 void helpEntry(const standin::EntryHelp& help) {

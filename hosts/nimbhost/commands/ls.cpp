@@ -129,7 +129,7 @@ void showTree(const std::vector<Entry>& entries, bool values, host::Library& lib
         }
         table.add(std::move(cells), entry.parent);
     }
-    std::cout << table.text(isTerminal(1) ? terminalWidth() : kNoWidth);
+    std::cout << table.text(tableWidth());
 }
 
 int list(Tool& tool, const PlantSettings& settings, const std::string& typed, int depth,

@@ -40,7 +40,7 @@ int readNodes(Tool& tool, const PlantSettings& settings, const std::vector<std::
                        timeText(sample.source)});
         }
     }
-    if (!tool.json) std::cout << table.text(isTerminal(1) ? terminalWidth() : kNoWidth);
+    if (!tool.json) std::cout << table.text(tableWidth());
     return good ? allWell : failed;
 }
 

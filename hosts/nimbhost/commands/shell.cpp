@@ -40,8 +40,28 @@ char* nextWord(const char* begun, int again) {
     return word;
 }
 
+/// Shows the arguments of the entry that the line begins with. Whether there is one.
+bool showsHint(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of("! "), line.size()));
+    const standin::EntryHelp* help = standin::findHelp(line.substr(0, line.find(' ')));
+    if (help == nullptr) return false;
+    std::cout << "\n" << help->name;
+    for (std::size_t i = 0; i < standin::fieldCount(help->arguments); ++i) {
+        std::cout << (i == 0 ? " " : ", ") << standin::fieldName(help->arguments, i);
+    }
+    std::cout << std::endl;
+    return true;
+}
+
+/// An entry or a command at the line's begin; between arguments, which of them there are; else a
+/// file's name, as the line editor does by itself.
 char** complete(const char* begun, int start, int /*end*/) {
-    return start == 0 ? rl_completion_matches(begun, nextWord) : nullptr;
+    if (start == 0) return rl_completion_matches(begun, nextWord);
+    if (*begun == '\0' && showsHint(rl_line_buffer)) {
+        rl_attempted_completion_over = 1;
+        rl_forced_update_display();
+    }
+    return nullptr;
 }
 
 std::filesystem::path historyFile() {
@@ -164,7 +184,8 @@ int shell(Tool& tool) {
     ScriptPlayer script(tool);
     LineSource lines;
     if (lines.edits()) {
-        std::cout << "Entries and script lines; Tab completes, help ENTRY tells more, exit ends.\n";
+        std::cout << "Entries and script lines; Tab completes and tells arguments, help ENTRY "
+                     "tells more, exit ends.\n";
     }
     for (;;) {
         const auto text =

@@ -8,6 +8,7 @@
 #include "nimbhost/entry_table.h"
 #include "nimbhost/plant/duration.h"
 #include "nimbhost/render.h"
+#include "nimbhost/terminal/terminal.h"
 
 namespace nimb::nimbhost {
 
@@ -145,7 +146,7 @@ std::string_view withoutGuard(std::string_view word) noexcept {
     return number ? word.substr(1) : word;
 }
 
-std::string explained(const host::Failure& failure, const PlantSettings& settings) {
+std::string explained(const std::exception& failure, const PlantSettings& settings) {
     using enum CauseTable;
     const CauseTable encrypted[] = {setUp, connect, reach, fault};
     const CauseTable inClear[] = {reach, fault};
@@ -157,6 +158,16 @@ std::string explained(const host::Failure& failure, const PlantSettings& setting
     }
     const std::string which = settings.name.empty() ? settings.url : "--plant " + settings.name;
     return out + "; \"nimbhost doctor " + which + "\" looks closer";
+}
+
+std::vector<Endpoint> askForEndpoints(const PlantSettings& settings) {
+    const Progress progress("asking " + settings.url + " for its endpoints, at most " +
+                            std::to_string(settings.timeout) + " ms ...");
+    try {
+        return endpointsOf(settings.url, std::chrono::milliseconds(settings.timeout));
+    } catch (const DiscoveryError& error) {
+        throw std::runtime_error(settings.url + ": " + explained(error, settings));
+    }
 }
 
 }  // namespace nimb::nimbhost

@@ -10,6 +10,7 @@
 
 #include "base/connection.h"
 #include "base/library.h"
+#include "nimbhost/plant/discovery.h"
 #include "nimbhost/plant/plant_file.h"
 
 namespace nimb::nimbhost {
@@ -92,7 +93,10 @@ std::string_view withoutGuard(std::string_view word) noexcept;
 
 /// What a failed call means, in one line: the failure, and behind it cause and cure where the table
 /// has them.
-std::string explained(const host::Failure& failure, const PlantSettings& settings);
+std::string explained(const std::exception& failure, const PlantSettings& settings);
+
+/// What the server offers. Throws std::runtime_error with cause and cure.
+std::vector<Endpoint> askForEndpoints(const PlantSettings& settings);
 
 /// What "nimbhost help" says of a topic: values, scripts, or an entry. Throws BadInput.
 void helpTopic(const std::string& topic);

@@ -85,8 +85,7 @@ bool isConfirmed(const Certificate& certificate, const std::string& given) {
 
 /// The certificate that the server would show in an encrypted session. Throws BadInput.
 Certificate fetch(const PlantSettings& settings) {
-    const Progress progress("fetching the certificate of " + settings.url + " ...");
-    const auto endpoints = endpointsOf(settings.url, std::chrono::milliseconds(settings.timeout));
+    const auto endpoints = askForEndpoints(settings);
     const Endpoint* endpoint = encryptedEndpoint(endpoints);
     if (endpoint == nullptr || endpoint->certificateBytes.empty()) {
         throw BadInput(settings.url + " offers no encryption and has no certificate to trust");

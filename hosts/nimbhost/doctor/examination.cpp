@@ -35,16 +35,24 @@ void Examination::examine() {
     begin("network", "looking for " + plant_.url + " ...");
     const bool reached = examineNetwork();
     begin("server", "asking " + plant_.url + " for its endpoints ...");
-    if (reached) examineServer();
+    if (reached) {
+        examineServer();
+    } else {
+        skip("not asked");
+    }
     if (plant_.isEncrypted()) {
         begin("trust", "comparing certificates ...");
         examineTrust();
     }
     begin("session", "connecting to " + plant_.url + ", at most " + std::to_string(plant_.timeout) +
                          " ms ...");
-    if (!examineSession()) return;
+    const bool connected = examineSession();
     begin("values", "reading and following values, some seconds ...");
-    examineValues();
+    if (connected) {
+        examineValues();
+    } else {
+        skip("not tried");
+    }
 }
 
 void Examination::examineLibrary() {

@@ -3,6 +3,7 @@
 #include <open62541/client.h>
 #include <open62541/client_config_default.h>
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 
@@ -56,7 +57,9 @@ Endpoint endpointOf(const UA_EndpointDescription& description) {
     out.policy = policyName(description.securityPolicyUri);
     out.mode = static_cast<int>(description.securityMode);
     for (std::size_t i = 0; i < description.userIdentityTokensSize; ++i) {
-        out.tokens.emplace_back(tokenName(description.userIdentityTokens[i].tokenType));
+        // Servers name a kind once for each policy that protects it.
+        const char* name = tokenName(description.userIdentityTokens[i].tokenType);
+        if (std::ranges::find(out.tokens, name) == out.tokens.end()) out.tokens.emplace_back(name);
     }
     out.certificateBytes = textOf(description.serverCertificate);
     out.certificate = Certificate::parse(out.certificateBytes);

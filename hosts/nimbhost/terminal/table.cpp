@@ -8,6 +8,8 @@
 #include <new>
 #include <string_view>
 
+#include "nimbhost/terminal/terminal.h"
+
 namespace nimb::nimbhost {
 
 namespace {
@@ -49,11 +51,15 @@ std::string withoutTrailingBlanks(std::string_view text) {
     return out;
 }
 
+constexpr std::size_t kNoWidth = 100000;
+
 void require(bool done) {
     if (!done) throw std::bad_alloc();
 }
 
 }  // namespace
+
+std::size_t tableWidth() noexcept { return isTerminal(1) ? terminalWidth() : kNoWidth; }
 
 std::string Table::text(std::size_t width) const {
     const OwnedTable table(scols_new_table());

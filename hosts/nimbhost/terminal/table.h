@@ -6,8 +6,8 @@
 
 namespace nimb::nimbhost {
 
-/// For what is no terminal: nothing is cut.
-inline constexpr std::size_t kNoWidth = 100000;
+/// Columns for a table: those of the terminal; nothing is cut where there is none.
+std::size_t tableWidth() noexcept;
 
 /// How a column gives way when the terminal is narrow.
 enum class Column {

@@ -67,6 +67,8 @@ TEST(Commands, MakeTrustAndUseAnEncryptedSessionFromNothing) {
         if (offer["mode"] == "encrypt") fingerprint = offer["certificate"]["sha256"];
     }
     ASSERT_FALSE(fingerprint.empty());
+    EXPECT_EQ(offers[0]["tokens"].size(), 3U);
+    EXPECT_TRUE(holds(place.run("COLUMNS=20 nimbhost endpoints" + plant).out, "user name"));
     EXPECT_EQ(place.run("nimbhost trust --fingerprint " + fingerprint + plant).status, 0);
     const auto doctor = place.run("nimbhost doctor" + plant + " Tank1.Level");
     EXPECT_EQ(doctor.status, 0) << doctor.out << doctor.err;
@@ -178,6 +180,7 @@ TEST_F(PlainServerTest, SaysInOneLineWhatIsWrongWithTheInput) {
              Bad{"nimbhost read X -u opc.tcp://h --timeout soon", 2, "250ms, 5s"},
              Bad{"nimbhost read X --nothing", 2, "--nothing"},
              Bad{"nimbhost explain nonsense", 2, "nothing is known"},
+             Bad{"nimbhost trust opc.tcp://127.0.0.1:1", 1, "nothing listens on that port"},
              Bad{"nimbhost cert show folder/none", 1, ""},
              Bad{"nimbhost check page.md", 2, "page.md:1: this fence is not closed"},
              Bad{"nimbhost --library /none call zfVersion", 3, "cannot load"},
@@ -221,9 +224,15 @@ TEST_F(PlainServerTest, ExplainsCodesTextsAndLogs) {
     EXPECT_TRUE(
         holds(place_.run("nimbhost explain BadCertificateUntrusted").out, "nimbhost trust"));
     place_.folder.write("plant.log",
-                        "x [1/1]  * error/channel\t Received an ERR response with "
-                        "StatusCode BadCertificateTimeInvalid\n");
-    EXPECT_TRUE(holds(place_.run("nimbhost explain plant.log").out, "make a new one"));
+                        "* error/channel\t Received an ERR response with StatusCode "
+                        "BadCertificateTimeInvalid\n"
+                        "* error/client\t Server refused with BadCertificateUseNotAllowed: the key "
+                        "of its certificate is no RSA key\n"
+                        "* warn/securitypolicy\t Could not set up the SecureChannel context "
+                        "(StatusCode: BadCertificateUseNotAllowed)\n");
+    const std::string log = place_.run("nimbhost explain plant.log").out;
+    EXPECT_TRUE(holds(log, "make a new one") && holds(log, "is not RSA")) << log;
+    EXPECT_FALSE(holds(log, "shorter or longer")) << log;
 }
 
 }  // namespace

@@ -73,6 +73,7 @@ struct Refusal {
     void (*lie)(UA_ServerConfig&) = nullptr;  ///< told by a server in this process
 };
 
+void takeNobody(UA_ServerConfig& config) { config.maxSessions = 0; }
 void showNoCertificate(UA_ServerConfig& config) { show(config, ""); }
 void showAuthority(UA_ServerConfig& config) { show(config, readFile(office().authority.der())); }
 void claimNoPolicy(UA_ServerConfig& config) {
@@ -122,6 +123,8 @@ const Refusal kRefusals[] = {
     {"Url", "", "connect refused: the URL is not", "server", "client", "url = opc.tcp://\n"},
     {"Password", "", "connect refused: wrong user name or password", "server", "client",
      "user = operator\n"},
+    {"Sessions", "", "connect refused: hosts that were killed have left their sessions", "",
+     "client", "mode = none\n", takeNobody},
     {"NoCertificate", "", "connect refused: the server shows no certificate, or a damaged one",
      "server", "client", "", showNoCertificate},
     {"NoPolicy", "",
@@ -210,6 +213,7 @@ TEST_P(RefusalTest, IsNamedByDoctor) {
     const std::size_t at = doctor.out.find("session ");
     if (at != std::string::npos) session = doctor.out.substr(at);
     EXPECT_TRUE(holds(session, refusal.says)) << doctor.out << doctor.err;
+    EXPECT_TRUE(holds(session, "-       not tried")) << doctor.out;
 }
 
 INSTANTIATE_TEST_SUITE_P(Manual, RefusalTest, testing::ValuesIn(kRefusals),

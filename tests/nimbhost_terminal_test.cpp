@@ -141,6 +141,9 @@ TEST_F(TerminalTest, KeepsTheShellThroughAnInterruption) {
     for (const char* line : {"repeat 1 {", "echo begun", "wait 30000", "}"}) keys(line, "Enter");
     EXPECT_TRUE(shows("== begun"));
     tmux("send-keys C-c");
+    keys("! zfConnectB ", "Tab");
+    EXPECT_TRUE(shows("zfConnectB handle, url\n"));
+    tmux("send-keys C-u");
     keys("zfCreateClientB", "Enter");
     EXPECT_TRUE(shows("[not set up]>"));
     keys("zfConnectUser $handle, a, b, $ecret", "Enter");

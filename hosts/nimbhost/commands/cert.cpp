@@ -115,7 +115,7 @@ int makeNew(const NewOptions& options) {
     say(plant.string() + (keepsPlant ? " stays as it is" : "") + ", trusted/, revoked/");
     say("sha256 " + parsed->sha256());
     say("Next: give own/client.der to the server's administrator, then nimbhost trust --plant " +
-        options.plant + (options.url.empty() ? " --url opc.tcp://HOST:PORT" : ""));
+        options.plant + (options.url.empty() && !keepsPlant ? " --url opc.tcp://HOST:PORT" : ""));
     return allWell;
 }
 

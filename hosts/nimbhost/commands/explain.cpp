@@ -96,9 +96,14 @@ int explainLog(const std::string& file, bool json) {
     std::string line;
     std::size_t found = 0;
     std::set<const Cause*> told;
+    const Cause* before = nullptr;
     for (int number = 1; std::getline(log, line); ++number) {
         const Cause* row = causeOfLogLine(line);
-        if (row == nullptr || !told.insert(row).second) continue;
+        // Two lines on end with one status are one failure, and the first says more of it.
+        const bool repeats = row != nullptr && before != nullptr &&
+                             std::string_view(before->failure) == row->failure;
+        before = row;
+        if (row == nullptr || repeats || !told.insert(row).second) continue;
         ++found;
         const std::string place = file + ':' + std::to_string(number);
         if (!json) say(place + ": " + harmless(line));

@@ -142,7 +142,9 @@ void Watch::watchOver(Subscription& subscription) {
     const milliseconds due = subscription.signOfLifeAfter();
     if (silence <= due) {
         constexpr auto longEnough = milliseconds(10000);  // for good news to be read
-        if (state_.sentence.starts_with("nothing for") || Clock::now() - told_ > longEnough) {
+        if (state_.sentence.starts_with("nothing for")) {
+            tell("answers come again");
+        } else if (Clock::now() - told_ > longEnough) {
             tell("");
         }
         return;
@@ -164,7 +166,8 @@ void Watch::watchOver(Subscription& subscription) {
         }
     } catch (const host::Failure& failure) {
         if (failure.timedOut()) {
-            state_.sentence = sentence + "; the server does not answer";
+            constexpr const char* known = "; the server does not answer";
+            if (screen_ || !state_.sentence.ends_with(known)) tell(sentence + known);
             asked_ = Clock::now();
         } else {
             recover(subscription, std::string("the server is not reached: ") + failure.what());

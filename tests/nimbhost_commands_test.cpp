@@ -155,6 +155,10 @@ TEST_F(PlainServerTest, FollowsChangesOffATerminalWithinItsLimits) {
     ASSERT_EQ(lines.size(), 5U);
     EXPECT_EQ(lines[4]["name"], "Tank1.Level");
     EXPECT_TRUE(lines[4]["value"].is_number());
+    // Ten changes a message, of which the server keeps two.
+    const auto skipped =
+        place_.run("nimbhost watch -n 6 --json --interval 1s --queue 2 Tank1.Level" + url());
+    EXPECT_GE(jsonLines(skipped.out).back()["lost"], 1) << skipped.out << skipped.err;
     EXPECT_EQ(place_.run("nimbhost watch --for 300ms Pump1.State" + url()).status, 0);
     const auto empty = place_.run("nimbhost watch --within 500ms 'ns=2;i=3013'" + url());
     EXPECT_EQ(empty.status, 4) << empty.out << empty.err;

@@ -13,6 +13,7 @@ constexpr host::NodeId kServerClock{0, 2258, {}};
 constexpr int kValueAttribute = 13;
 constexpr int kLifetimeCount = 600;
 constexpr int kKeepAliveCount = 10;
+constexpr int kEveryChange = 0;      // sampling interval: as fast as the server can
 constexpr std::size_t kValueAt = 3;  // behind both times and the status
 
 VeltoList specificationOf(const std::vector<host::NodeId>& nodes) {
@@ -72,9 +73,8 @@ void Subscription::createOnce(bool withClock) {
         VeltoList arguments = VeltoList() + specificationOf(all);
         arguments.appendIEEE64(interval);
         arguments = arguments + kLifetimeCount + kKeepAliveCount + 0;
-        arguments.appendIEEE64(interval);
-        arguments =
-            arguments + std::int64_t{request_.nodeQueue} + std::int64_t{request_.libraryQueue};
+        arguments = arguments + kEveryChange + std::int64_t{request_.nodeQueue} +
+                    std::int64_t{request_.libraryQueue};
         return connection_.call("zfCreateSubscriptionB", arguments);
     });
     id_ = result.at(1).AsLong();

@@ -13,9 +13,9 @@ namespace nimb::nimbhost {
 
 /// What is asked of a server.
 struct SubscriptionRequest {
-    std::chrono::milliseconds interval{500};
-    unsigned nodeQueue = 10;       ///< changes of a node that the server keeps
-    unsigned libraryQueue = 5000;  ///< changes that the library keeps
+    std::chrono::milliseconds interval{500};  ///< between messages; every change is in them
+    unsigned nodeQueue = 10;                  ///< changes of a node that the server keeps
+    unsigned libraryQueue = 5000;             ///< changes that the library keeps
 };
 
 /// A change of a node's value.

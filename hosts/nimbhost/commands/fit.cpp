@@ -2,8 +2,10 @@
 // of a subscription.
 
 #include <iostream>
+#include <optional>
 
 #include "nimbhost/commands/tool.h"
+#include "nimbhost/plant/duration.h"
 #include "nimbhost/plant/fitting.h"
 #include "nimbhost/plant/node_names.h"
 #include "nimbhost/terminal/table.h"
@@ -44,11 +46,14 @@ void showSizes(const Fitting& fitting, std::size_t nodes) {
 int fit(Tool& tool, const PlantSettings& settings, const std::vector<std::string>& typed) {
     host::Connection connection(tool.library(), plantOf(settings));
     try {
+        std::optional<Progress> progress(
+            waitText("reading from " + settings.url, settings.timeout));
         std::vector<host::NodeId> ids;
         for (const NamedNode& node : resolveNodes(connection, typed, settings.defaultNamespace)) {
             ids.push_back(node.id);
         }
         const Fitting fitting = fittingOf(connection, ids);
+        progress.reset();
         bool good = fitting.lineBytes != 0 && fitting.lines != 0;
         for (const PollSize& size : fitting.polls) {
             good = good && size.bytes.has_value();

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "nimbhost/commands/tool.h"
+#include "nimbhost/plant/duration.h"
 #include "nimbhost/plant/node_names.h"
 #include "nimbhost/plant/sample.h"
 #include "nimbhost/terminal/interruption.h"
@@ -138,7 +139,7 @@ int list(Tool& tool, const PlantSettings& settings, const std::string& typed, in
     std::vector<Entry> entries;
     std::vector<std::string> gaps;
     try {
-        Progress progress("connecting to " + settings.url + " ...");
+        Progress progress(waitText("connecting to " + settings.url, settings.timeout));
         const NamedNode node = resolveNodes(connection, {typed}, settings.defaultNamespace).front();
         Tree tree(connection, depth, progress);
         entries = tree.below(node.id);

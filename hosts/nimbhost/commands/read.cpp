@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "nimbhost/commands/tool.h"
+#include "nimbhost/plant/duration.h"
 #include "nimbhost/plant/node_names.h"
 #include "nimbhost/plant/sample.h"
 #include "nimbhost/terminal/table.h"
@@ -24,7 +25,7 @@ int readNodes(Tool& tool, const PlantSettings& settings, const std::vector<std::
     host::Connection connection(tool.library(), plantOf(settings));
     std::vector<Sample> samples;
     try {
-        const Progress progress("reading from " + settings.url + " ...");
+        const Progress progress(waitText("reading from " + settings.url, settings.timeout));
         samples = samplesOf(connection, resolveNodes(connection, typed, settings.defaultNamespace));
     } catch (const host::Failure& failure) {
         throw std::runtime_error(explained(failure, settings));

@@ -161,8 +161,8 @@ std::string explained(const std::exception& failure, const PlantSettings& settin
 }
 
 std::vector<Endpoint> askForEndpoints(const PlantSettings& settings) {
-    const Progress progress("asking " + settings.url + " for its endpoints, at most " +
-                            std::to_string(settings.timeout) + " ms ...");
+    const Progress progress(
+        waitText("asking " + settings.url + " for its endpoints", settings.timeout));
     try {
         return endpointsOf(settings.url, std::chrono::milliseconds(settings.timeout));
     } catch (const DiscoveryError& error) {

@@ -224,8 +224,7 @@ int Watch::run(const std::vector<std::string>& typed) {
     std::vector<host::NodeId> ids;
     std::optional<Subscription> subscription;
     try {
-        const Progress progress("connecting to " + settings_.url + ", at most " +
-                                durationText(milliseconds(settings_.timeout)) + " ...");
+        const Progress progress(waitText("connecting to " + settings_.url, settings_.timeout));
         for (const NamedNode& node : resolveNodes(connection, typed, settings_.defaultNamespace)) {
             ids.push_back(node.id);
             state_.nodes.push_back({node.typed, {}, false, 0, 0, {}});

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "nimbhost/commands/tool.h"
+#include "nimbhost/plant/duration.h"
 #include "nimbhost/plant/node_names.h"
 #include "nimbhost/plant/sample.h"
 #include "nimbhost/terminal/terminal.h"
@@ -34,7 +35,7 @@ int writeNode(Tool& tool, const PlantSettings& settings, const std::string& type
               std::string_view text, bool dryRun) {
     host::Connection connection(tool.library(), plantOf(settings));
     try {
-        const Progress progress("writing to " + settings.url + " ...");
+        const Progress progress(waitText("writing to " + settings.url, settings.timeout));
         const NamedNode node = resolveNodes(connection, {typed}, settings.defaultNamespace).front();
         const host::NodeInfo info =
             host::NodeCatalogue(connection).describe(std::vector{node.id}).front();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "nimbhost/plant/duration.h"
 #include "nimbhost/terminal/interruption.h"
 #include "nimbhost/terminal/terminal.h"
 
@@ -32,9 +33,9 @@ void Examination::examine() {
         begin("files", "looking at the files ...");
         examineFiles();
     }
-    begin("network", "looking for " + plant_.url + " ...");
+    begin("network", waitText("looking for " + plant_.url, plant_.timeout));
     const bool reached = examineNetwork();
-    begin("server", "asking " + plant_.url + " for its endpoints ...");
+    begin("server", waitText("asking " + plant_.url + " for its endpoints", plant_.timeout));
     if (reached) {
         examineServer();
     } else {
@@ -44,8 +45,7 @@ void Examination::examine() {
         begin("trust", "comparing certificates ...");
         examineTrust();
     }
-    begin("session", "connecting to " + plant_.url + ", at most " + std::to_string(plant_.timeout) +
-                         " ms ...");
+    begin("session", waitText("connecting to " + plant_.url, plant_.timeout));
     const bool connected = examineSession();
     begin("values", "reading and following values, some seconds ...");
     if (connected) {

@@ -39,4 +39,9 @@ std::string durationText(std::chrono::milliseconds duration) {
     return text.data();
 }
 
+std::string waitText(const std::string& what, int timeout) {
+    return what + ", an answer may take " + durationText(std::chrono::milliseconds(timeout)) +
+           " ...";
+}
+
 }  // namespace nimb::nimbhost

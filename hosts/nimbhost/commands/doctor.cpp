@@ -100,8 +100,8 @@ void addDoctor(CLI::App& app, Tool& tool) {
     const auto operands = std::make_shared<std::vector<std::string>>();
     const auto expires = std::make_shared<int>(0);
     plant->addTo(*command);
-    command->add_option("[URL] NODE", *operands,
-                        "the server, unless given; nodes to read and follow");
+    command->add_option("NODE", *operands,
+                        "nodes to read and follow; the server's URL may stand before them");
     command->add_option("--expires", *expires, "fail when a certificate ends within so many days")
         ->check(CLI::Range(0, 36500))
         ->type_name("DAYS");

@@ -13,7 +13,7 @@ namespace nimb::nimbhost {
 
 /// What is asked of a server.
 struct SubscriptionRequest {
-    std::chrono::milliseconds interval{500};  ///< between messages; every change is in them
+    std::chrono::milliseconds interval{500};  ///< between messages
     unsigned nodeQueue = 10;                  ///< changes of a node that the server keeps
     unsigned libraryQueue = 5000;             ///< changes that the library keeps
 };

@@ -156,16 +156,21 @@ bool Connection::noteFailure(const Failure& failure, bool rested) {
     return false;
 }
 
+void Connection::tryOut() {
+    constexpr int serverState = 2259;
+    constexpr int value = 13;
+    call("zfReadAttribute", VeltoList() + serverState + 0 + 0 + value);
+}
+
 void Connection::write(std::string_view entry, const VeltoROList& arguments) {
     if (!isOpen_ || isRested()) {
-        constexpr int serverState = 2259;
-        constexpr int value = 13;
-        reading([&] { return call("zfReadAttribute", VeltoList() + serverState + 0 + 0 + value); });
+        reading([this] { tryOut(); });
     }
     try {
         call(entry, arguments);
-    } catch (const Failure& failure) {
+    } catch (Failure& failure) {
         noteFailure(failure, false);  // the next request opens a new session where that helps
+        failure.endedWrite();
         throw;
     }
 }

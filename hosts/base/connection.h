@@ -23,10 +23,13 @@ class Failure : public std::runtime_error {
     long long code() const noexcept { return code_; }
     /// Whether the server, or the way to it, answered this OPC UA status.
     bool is(std::uint32_t status) const noexcept { return kind_ == 4 && code_ == status; }
-    /// Nothing came in time. A write may have been carried out all the same.
+    /// Nothing came in time.
     bool timedOut() const noexcept;
-    /// The connection had ended; nothing was done.
+    /// The connection had ended, or ended before the answer.
     bool closed() const noexcept;
+    /// It ended a write that no answer came to: it may have been carried out all the same.
+    bool inDoubt() const noexcept { return inDoubt_; }
+    void endedWrite() noexcept { inDoubt_ = timedOut() || closed(); }
     /// The client lost its set-up, with it every prepared read and subscription.
     bool resetRequired() const noexcept;
     /// The server wants less at once.
@@ -35,6 +38,7 @@ class Failure : public std::runtime_error {
   private:
     int kind_;
     long long code_;
+    bool inDoubt_ = false;
 };
 
 /// A result does not fit into the 32767 bytes that a host can be given.
@@ -102,6 +106,9 @@ class Connection {
     /// Makes a call that changes something, on an open session, and never twice. After a pause the
     /// session is tried with a read first.
     void write(std::string_view entry, const VeltoROList& arguments);
+
+    /// Reads the server's state, to see whether it answers.
+    void tryOut();
 
     /// Calls an entry with the client's handle and the arguments behind it.
     /// @return the result list, the status first; copies of a failed call's list are thrown

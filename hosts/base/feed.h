@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -33,9 +34,11 @@ class Feed {
 
     /// Forgets the changes up to `after`, collects what has arrived and returns all that are kept.
     /// Waits a moment when there are none.
-    /// @param most  changes to keep; beyond them the library's queue fills, which counts losses
-    /// Throws as Follower::poll, and OutOfRange for an `after` that no change can have.
-    std::vector<Row> take(std::int64_t after, std::size_t most);
+    /// @param reader  another session with the plant, to be read when nothing changes for long
+    /// @param most    changes to keep; beyond them the library's queue fills, which counts losses
+    /// Throws as Follower::poll, Connection::reading, and OutOfRange for an `after` that no change
+    /// can have.
+    std::vector<Row> take(Connection& reader, std::int64_t after, std::size_t most);
 
     /// Closes the session, and with it the subscriptions.
     void close() noexcept { follower_->close(); }
@@ -45,13 +48,15 @@ class Feed {
     const NodeInfo& info(const Change& change) const { return infos_.at(change.node); }
 
   private:
-    void collect(std::size_t most);
+    void collect(Connection& reader, std::size_t most);
+    void checkSilence(Connection& reader, bool somethingCame);
 
     std::vector<NodeId> nodes_;
     std::vector<NodeInfo> infos_;
     std::unique_ptr<Follower> follower_;
     std::deque<Row> kept_;
     bool first_ = true;
+    std::chrono::steady_clock::time_point lastSign_;
 };
 
 }  // namespace nimb::host

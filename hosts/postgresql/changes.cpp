@@ -55,7 +55,7 @@ NimbChanges* nimb_changes(NimbSession* session, std::uint32_t table, NimbNodes n
         auto changes = std::make_unique<NimbChanges>();
         changes->session = session->session;
         changes->feed = feedOf(*changes->session, table, nodes);
-        changes->rows = changes->feed->changes.take(after, most);
+        changes->rows = changes->feed->changes.take(changes->session->connection, after, most);
         return changes.release();
     });
 }

@@ -31,6 +31,7 @@ typedef struct NimbError {
     NimbErrorKind kind;
     char text[400];
     char node[200]; /**< notation of the node at fault; empty when none is */
+    bool in_doubt;  /**< it ended a write that may have been carried out all the same */
 } NimbError;
 
 /** A server and how to get at it. Null texts count as empty; a null user name is an anonymous one.

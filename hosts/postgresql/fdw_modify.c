@@ -139,8 +139,7 @@ static void refuse_written(const NimbError* error, const NimbPlace* place, int w
                                                  : ERRCODE_FDW_ERROR),
              errmsg("OPC UA: %s", error->text), nimb_detail(place),
              errhint("%sValues written before: %d; they stay written.",
-                     error->kind == NIMB_TIMEOUT ? "The write may have been carried out. " : "",
-                     written)));
+                     error->in_doubt ? "The write may have been carried out. " : "", written)));
 }
 
 TupleTableSlot* nimb_update(EState* estate, ResultRelInfo* result, TupleTableSlot* slot,

@@ -24,6 +24,7 @@ void copyText(char (&to)[Size], std::string_view from) noexcept {
 void fill(NimbError& error, NimbErrorKind kind, std::string_view text) noexcept {
     error.kind = kind;
     error.node[0] = '\0';
+    error.in_doubt = false;
     copyText(error.text, text);
 }
 
@@ -52,12 +53,13 @@ std::string plainText(const host::Failure& failure) {
 }
 
 void fillFailure(const Session* session, NimbError& error, const host::Failure& failure) {
-    const bool lost = session != nullptr && !session->connection.isOpen();
+    const bool lost = failure.closed() || (session != nullptr && !session->connection.isOpen());
     fill(error,
          lost                 ? NIMB_CONNECT
          : failure.timedOut() ? NIMB_TIMEOUT
                               : NIMB_OPCUA,
          plainText(failure));
+    error.in_doubt = failure.inDoubt();
 }
 
 }  // namespace

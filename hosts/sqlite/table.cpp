@@ -99,7 +99,7 @@ std::shared_ptr<Feed> Table::feed() {
 
 std::vector<Feed::Row> Table::changes(std::int64_t after) {
     constexpr std::size_t most = 500000;
-    return named([&] { return feed()->take(after, most); });
+    return named([&] { return feed()->take(session().connection, after, most); });
 }
 
 void Table::queueWrite(std::size_t node, const host::Value& value) {
@@ -121,7 +121,7 @@ void Table::sendWrites() {
         } catch (const host::Failure& failure) {
             throw std::runtime_error(
                 options_.plant.url + ": " + writes[i].label + ": " + failure.what() +
-                (failure.timedOut() ? "; the write may have been carried out" : "") +
+                (failure.inDoubt() ? "; the write may have been carried out" : "") +
                 (i == 0 ? "" : "; writes carried out before it: " + std::to_string(i)));
         }
     }

@@ -49,7 +49,7 @@ start_plant() {
 clean_up() {
     local status=$?
     set +e  # whatever is gone already
-    [ -z "${plant:-}" ] || { kill -CONT "$plant"; kill "$plant"; } 2>/dev/null
+    [ -z "${plant:-}" ] || { kill -CONT "$plant"; kill "$plant" ${relay:-}; } 2>/dev/null
     [ ! -e "$root/run/data/postmaster.pid" ] ||
         "${as_user[@]}" "$bindir/pg_ctl" -D "$root/run/data" -m immediate -w stop >/dev/null
     [ "$status" -eq 0 ] || tail -n 30 "$root/run/log" 2>/dev/null

@@ -14,6 +14,7 @@ fi
 root=$(mktemp -d /tmp/nimb-postgresql-XXXXXX)
 chmod 755 "$root"
 . "$here/cluster.sh"
+. "$here/network.sh"
 trap clean_up EXIT
 trap 'exit 1' INT TERM
 
@@ -207,6 +208,7 @@ query "CREATE EXTENSION nimbopcua;
        CREATE FOREIGN TABLE tank (level float8 OPTIONS (node 'ns=2;s=Tank1.Level'),
                                   set_point float8 OPTIONS (node 'ns=2;s=Tank1.SetPoint')) SERVER north"
 zero_byte
+failing_network
 frozen_plant
 # Long enough that the end from outside comes first, also on a busy machine.
 query "ALTER SERVER north OPTIONS (SET timeout '3000')"

@@ -60,7 +60,7 @@ int writeNode(Tool& tool, const PlantSettings& settings, const std::string& type
         }
         return allWell;
     } catch (const host::Failure& failure) {
-        const char* doubt = failure.timedOut() ? "; the value may have been written: read it" : "";
+        const char* doubt = failure.inDoubt() ? "; the value may have been written: read it" : "";
         throw std::runtime_error(explained(failure, settings) + doubt);
     }
 }

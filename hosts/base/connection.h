@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "base/library.h"
 
@@ -62,14 +61,14 @@ struct Plant {
 /// A result list that owns its bytes. They stay where they are when it is moved.
 class ResultList : public VeltoROList {
   public:
-    explicit ResultList(std::vector<unsigned char> bytes)
+    explicit ResultList(ResultBytes bytes)
         : VeltoROList(bytes.data(), bytes.size()), bytes_(std::move(bytes)) {}
     ResultList(ResultList&&) = default;
     ResultList& operator=(ResultList&&) = default;
     ~ResultList() override = default;
 
   private:
-    std::vector<unsigned char> bytes_;
+    ResultBytes bytes_;
 };
 
 /// One session with a server, opened by the first request and again when it was lost. The client

@@ -47,7 +47,7 @@ std::span<const nimb_callout_row> tableOf(const std::string& path) {
 
 std::atomic<bool> underWay = false;
 
-/// One call at a time in the whole process, its results copied before the next begins.
+/// One call at a time in the whole process, its results taken before the next begins.
 class Turn {
   public:
     Turn() : lock_(mutex()) {
@@ -121,7 +121,7 @@ void Library::passArguments(std::span<const unsigned char> arguments) {
     }
 }
 
-std::optional<std::vector<unsigned char>> Library::takeResult() const {
+std::optional<ResultBytes> Library::takeResult() {
     if (care_ == Care::strict) {
         const bool written = out_->length != kUntouchedLength;
         if (written && out_->length > nimb_string_capacity) {
@@ -137,11 +137,11 @@ std::optional<std::vector<unsigned char>> Library::takeResult() const {
     if (out_->length == 0 || out_->length > nimb_string_capacity) {
         return std::nullopt;
     }
-    return std::vector<unsigned char>(out_->data, out_->data + out_->length);
+    return ResultBytes(std::exchange(out_, std::make_unique_for_overwrite<nimb_string>()));
 }
 
-std::optional<std::vector<unsigned char>> Library::call(std::string_view entry,
-                                                        std::span<const unsigned char> arguments) {
+std::optional<ResultBytes> Library::call(std::string_view entry,
+                                         std::span<const unsigned char> arguments) {
     if (arguments.size() > nimb_string_capacity) {
         throw CallError("the arguments take " + std::to_string(arguments.size()) +
                         " bytes; a host passes at most 32767");

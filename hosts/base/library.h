@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include "list/velto_list.h"
 
@@ -27,6 +27,19 @@ class LoadError : public std::runtime_error {
 /// entry reports are no errors here: they travel in its result list.
 class CallError : public std::runtime_error {
     using std::runtime_error::runtime_error;
+};
+
+/// A result list's bytes, in the very string that the entry wrote them to.
+class ResultBytes {
+  public:
+    explicit ResultBytes(std::unique_ptr<const nimb_string> written) noexcept
+        : written_(std::move(written)) {}
+
+    const unsigned char* data() const noexcept { return written_->data; }
+    std::size_t size() const noexcept { return written_->length; }
+
+  private:
+    std::unique_ptr<const nimb_string> written_;
 };
 
 /// The shared library seen through its callout table.
@@ -57,14 +70,13 @@ class Library {
 
     /// Calls a "Bb" or "B" entry; a "B" entry takes no arguments.
     /// @param arguments  an encoded list of at most 32767 bytes
-    /// @return a copy of the result list's bytes; nothing when nothing was written, because the
-    ///         result is too long
+    /// @return the result list's bytes; nothing when nothing was written, because the result is
+    ///         too long
     /// Throws CallError.
-    std::optional<std::vector<unsigned char>> call(std::string_view entry,
-                                                   std::span<const unsigned char> arguments = {});
+    std::optional<ResultBytes> call(std::string_view entry,
+                                    std::span<const unsigned char> arguments = {});
     /// The same with a list, for example call("zfVersion", VeltoList() + 1).
-    std::optional<std::vector<unsigned char>> call(std::string_view entry,
-                                                   const VeltoROList& arguments) {
+    std::optional<ResultBytes> call(std::string_view entry, const VeltoROList& arguments) {
         return call(entry, std::span(arguments.data(), arguments.datalength()));
     }
     /// Calls a "Bb" entry with the very buffers given, laid out as nimb_string at any address, and
@@ -87,12 +99,12 @@ class Library {
   private:
     const nimb_callout_row& row(std::string_view entry, std::string_view arguments) const;
     void passArguments(std::span<const unsigned char> arguments);
-    std::optional<std::vector<unsigned char>> takeResult() const;
+    std::optional<ResultBytes> takeResult();
 
     std::span<const nimb_callout_row> rows_;
     Care care_;
     Observer observer_;
-    // Too large for a stack, and used again by each call.
+    // Too large for a stack. Whoever takes a result takes its string; the next call has another.
     std::unique_ptr<nimb_string> in_ = std::make_unique<nimb_string>();
     std::unique_ptr<nimb_string> out_ = std::make_unique<nimb_string>();
     std::mutex namesMutex_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <string_view>
 
 namespace nimb::host {
@@ -31,6 +32,14 @@ std::optional<std::size_t> namedPosition(const Failure& failure) {
         return std::nullopt;
     }
     return position;
+}
+
+/// A status. Most are those of good values, short numbers, which AsLong reads in a quarter of the
+/// time; it cannot read those from 0x80000000 on.
+std::uint32_t statusIn(const VeltoListItem& item) {
+    const long quick = item.AsLong();
+    return static_cast<std::uint32_t>(
+        quick < std::numeric_limits<std::int32_t>::max() ? quick : item.AsLongLong());
 }
 
 }  // namespace
@@ -145,13 +154,14 @@ Reading PreparedRead::read() {
         prepare();
         Reading reading;
         reading.samples_.resize(nodes_.size());
-        poll(reading);
-        readAbsent(reading);
+        std::vector<std::size_t> absent;
+        poll(reading, absent);
+        readAbsent(reading, std::move(absent));
         return reading;
     });
 }
 
-void PreparedRead::poll(Reading& reading) {
+void PreparedRead::poll(Reading& reading, std::vector<std::size_t>& absent) {
     for (std::size_t i = 0; i < parts_.size();) {
         if (parts_[i].nodes.empty()) {
             ++i;
@@ -159,7 +169,7 @@ void PreparedRead::poll(Reading& reading) {
         }
         try {
             if (parts_[i].query == 0) parts_[i].query = setUp(parts_[i].nodes);
-            if (pollPart(parts_[i], reading)) {
+            if (pollPart(parts_[i], reading, absent)) {
                 ++i;
             } else {
                 split(i);
@@ -177,7 +187,7 @@ void PreparedRead::poll(Reading& reading) {
 }
 
 /// @return false when the result is not that of all nodes: it was cut at a multiple of 65536 bytes
-bool PreparedRead::pollPart(const Part& part, Reading& reading) {
+bool PreparedRead::pollPart(const Part& part, Reading& reading, std::vector<std::size_t>& absent) {
     ResultList result = connection_.call("zfReadBulkPollC", VeltoList() + part.query + 0 + 0);
     try {
         if (result.size() != part.nodes.size() + 1) return false;
@@ -190,7 +200,9 @@ bool PreparedRead::pollPart(const Part& part, Reading& reading) {
         sample.items = kept.at(i + 1).AsVeltoROList();
         if (!sample.items.empty()) {  // with the cursor left before the value
             sample.items.at(1);       // steps cost less than a leap
-            sample.status = static_cast<std::uint32_t>(sample.items.at(2).AsLongLong());
+            sample.status = statusIn(sample.items.at(2));
+        } else {
+            absent.push_back(part.nodes[i]);
         }
     }
     return true;
@@ -228,11 +240,7 @@ std::size_t PreparedRead::split(std::size_t part) {
 }
 
 /// Nodes without a value come without their status: more requests, of the poll that has it.
-void PreparedRead::readAbsent(Reading& reading) {
-    std::vector<std::size_t> nodes;
-    for (std::size_t i = 0; i < nodes_.size(); ++i) {
-        if (reading.samples_[i].items.empty() && !isFormless(i)) nodes.push_back(i);
-    }
+void PreparedRead::readAbsent(Reading& reading, std::vector<std::size_t> nodes) {
     if (nodes.empty()) {
         return;
     }

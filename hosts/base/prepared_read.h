@@ -75,11 +75,11 @@ class PreparedRead {
     void clear() noexcept;
     void clear(long query) noexcept;
     void clear(std::vector<Part>& parts) noexcept;
-    void poll(Reading& reading);
-    bool pollPart(const Part& part, Reading& reading);
+    void poll(Reading& reading, std::vector<std::size_t>& absent);
+    bool pollPart(const Part& part, Reading& reading, std::vector<std::size_t>& absent);
     bool dropFormless(Part& part, const Failure& failure);
     std::size_t split(std::size_t part);
-    void readAbsent(Reading& reading);
+    void readAbsent(Reading& reading, std::vector<std::size_t> nodes);
     void readAbsentPart(Reading& reading, Part& part);
     void readAbsentOne(Reading& reading, std::size_t node);
 

@@ -148,8 +148,10 @@ static void read_nodes(ForeignScanState* node) {
     check_nodes(node);
 }
 
-static NimbCell cell_of(ForeignScanState* node, int at, NimbField field, NimbForm form, int column,
-                        const char** warning) {
+/* Inline: it is done for each value. */
+static pg_attribute_always_inline NimbCell cell_of(ForeignScanState* node, int at, NimbField field,
+                                                   NimbForm form, int column,
+                                                   const char** warning) {
     NodeScan* scan = node->fdw_state;
     NimbError error; /* filled by what fails; clearing it for each value would be felt */
     NimbCell cell;
@@ -189,6 +191,7 @@ static void note_warning(ForeignScanState* node, int at, int column, const char*
 static bool fill_column(ForeignScanState* node, int i, Datum* datum) {
     NodeScan* scan = node->fdw_state;
     const NimbColumn* column = &scan->table.columns[i];
+    NimbTarget* target = &scan->targets[i];
     const int at = scan->table.is_long ? scan->row : column->node;
     const bool is_value = column->field == NIMB_VALUE_FIELD;
     const char* warning = NULL;
@@ -197,15 +200,15 @@ static bool fill_column(ForeignScanState* node, int i, Datum* datum) {
     if (is_value && scan->table.error_on_bad && nimb_scan_bad(scan->scan, (size_t)at)) {
         refuse_bad(node, at, i);
     }
-    cell = cell_of(node, at, column->field, scan->targets[i].form, i, &warning);
+    cell = cell_of(node, at, column->field, target->form, i, &warning);
     if (is_value && cell.kind == NIMB_NULL && nimb_scan_missing(scan->scan, (size_t)at)) {
         warning = "there is no such variable";
     }
     if (warning != NULL) note_warning(node, at, i, warning);
     if (cell.kind == NIMB_NULL) return false;
-    place = place_of(node, scan->targets[i].name);
+    place = place_of(node, target->name);
     if (!scan->table.is_long) place.node = strVal(list_nth(scan->table.nodes, column->node));
-    *datum = nimb_datum(&scan->targets[i], &cell, &place);
+    *datum = nimb_datum(target, &cell, &place);
     return true;
 }
 

@@ -49,9 +49,8 @@ NimbCell makeCell(NimbScan& scan, std::size_t node, NimbField field, NimbForm fo
     const host::NodeInfo& info = scan.request->infos->at(node);
     const auto status = scan.reading.status(node);
     if (field == NIMB_VALUE_FIELD) {
-        const bool bad = status && isBad(*status);
-        return cellOf(bad ? host::Value() : scan.reading.value(node, info, warning), form,
-                      scan.text, warning);
+        if (status && isBad(*status)) return {};
+        return cellOf(scan.reading.value(node, info, warning), form, scan.text, warning);
     }
     const Sample sample{status, scan.reading.sourceTime(node), scan.reading.serverTime(node)};
     return cellOf(fieldOf(field, sample, scan.request->prepared.nodes()[node], info,

@@ -24,7 +24,7 @@ Host::Host() : library_(NIMB_LIBRARY_PATH, host::Library::Care::strict) {}
 
 Result Host::callWith(std::string_view entry, const VeltoROList& arguments) {
     const auto bytes = library_.call(entry, arguments);
-    return bytes ? Result(*bytes) : Result();
+    return bytes ? Result(std::span(bytes->data(), bytes->size())) : Result();
 }
 
 long Host::bareClient() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,7 @@ using standin::describe;
 class Result {
   public:
     Result() = default;
-    explicit Result(const std::vector<unsigned char>& bytes)
+    explicit Result(std::span<const unsigned char> bytes)
         : written_(true), list_(bytes.data(), bytes.size()) {}
 
     [[nodiscard]] bool written() const { return written_; }

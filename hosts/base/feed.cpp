@@ -39,8 +39,8 @@ Feed::Feed(Library& library, Plant plant, const std::vector<NodeId>& nodes,
 
 /// A server that stands still, or the way to it, looks like a plant in which nothing changes: polls
 /// succeed. After as long without a change as a request may take, a read shows it. Not one of the
-/// follower's session: once it timed out, its late answer costs the changes that come in one packet
-/// with it (open62541 1.4.11).
+/// follower's session: once it timed out, its late answer makes the stack close the channel, which
+/// costs the changes on their way (open62541 1.4.11).
 void Feed::checkSilence(Connection& reader, bool somethingCame) {
     const auto now = std::chrono::steady_clock::now();
     if (!somethingCame) {

@@ -13,11 +13,14 @@ namespace {
 
 /// Every attribute id is read, so each must be readable, but reads of the Value attribute are
 /// prepared, whatever was given: Compatibility C19.
-std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds) {
-    for (const VeltoListItem attribute : attributeIds) {
-        static_cast<void>(attribute.AsLong());
+std::vector<UA_UInt32> valueAttributes(const VeltoROList& attributeIds, std::size_t count) {
+    std::size_t at = 0;
+    while (at < attributeIds.datalength()) {
+        const std::size_t size = attributeIds.checkedItemSize(at);
+        static_cast<void>(VeltoListItem(attributeIds.data() + at).AsLong());
+        at += size;
     }
-    return std::vector<UA_UInt32>(attributeIds.size(), UA_ATTRIBUTEID_VALUE);
+    return std::vector<UA_UInt32>(count, UA_ATTRIBUTEID_VALUE);
 }
 
 }  // namespace
@@ -38,7 +41,7 @@ void OpcuaStatic::readBulkSetup(HostBytes* out, const HostBytes* in) {
         if (UACErr error = getNodeIds(ids, types, namespaces, identifiers); error.isError()) {
             return error;
         }
-        const std::vector<UA_UInt32> attributes = valueAttributes(attributeIds);
+        const std::vector<UA_UInt32> attributes = valueAttributes(attributeIds, count);
         OpcuaClient* client = clientOf(handle);
         if (client == nullptr) {
             return badHandle();

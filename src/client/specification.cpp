@@ -1,6 +1,7 @@
 #include "client/specification.h"
 
 #include <array>
+#include <exception>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -36,23 +37,32 @@ std::optional<VeltoROList> asList(const VeltoListItem& item) {
     return list;
 }
 
-/// The items of a property by position, as far as they matter.
-using Fields = std::array<std::optional<VeltoListItem>, kAttributeItem + 1>;
+/// Where the items of a property begin, by position, as far as they matter; null for those that it
+/// does not have.
+using Fields = std::array<const unsigned char*, kAttributeItem + 1>;
 
-/// Nothing when the item is no list, or one whose items do not add up to its length.
-std::optional<Fields> fieldsOf(const VeltoListItem& property) {
-    if (property.Type() != item_code::kBytes) {
-        return std::nullopt;
+/// False when the item is no list. Throws when it is one whose items do not add up to its length.
+bool findFields(const VeltoListItem& property, Fields& fields) {
+    const unsigned char* bytes = nullptr;
+    std::size_t length = 0;
+    if (property.getType(bytes, length) != item_code::kBytes) {
+        return false;
     }
-    Fields fields;
+    const VeltoROList items(bytes, length);
     std::size_t position = 0;
-    for (const VeltoListItem item : property.AsVeltoROList()) {
+    for (std::size_t at = 0; at < length; at += items.checkedItemSize(at)) {
         if (position < fields.size()) {
-            fields[position] = item;
+            fields[position++] = bytes + at;
         }
-        ++position;
     }
-    return fields;
+    return true;
+}
+
+VeltoListItem fieldOf(const Fields& fields, std::size_t position) {
+    if (fields[position] == nullptr) {
+        throw std::exception();
+    }
+    return VeltoListItem(fields[position]);
 }
 
 /// Runs a reading step; nothing when it raised anything but exhausted memory.
@@ -103,14 +113,20 @@ std::optional<long> wholeNumber(std::string_view text) {
 /// A name that is a number names a numeric node. In string modes other than 0 and 1 every other
 /// name is the empty one.
 void setNodeName(UA_NodeId& id, long namespaceIndex, const VeltoListItem& name) {
-    const bool wide = hostTexts() == HostTexts::utf16;
-    OwnedString identifier = wide ? hostString(name) : OwnedString();
+    if (hostTexts() == HostTexts::utf16) {
+        OwnedString identifier = hostString(name);
+        if (const auto number = wholeNumber(bytesOf(*identifier))) {
+            setNumericNodeId(id, namespaceIndex, *number);
+        } else {
+            setStringNodeId(id, namespaceIndex, std::move(identifier));
+        }
+        return;
+    }
     std::string storage;
-    const auto number = wholeNumber(wide ? bytesOf(*identifier) : name.AsAText(storage));
-    if (number) {
+    if (const auto number = wholeNumber(name.AsAText(storage))) {
         setNumericNodeId(id, namespaceIndex, *number);
     } else {
-        setStringNodeId(id, namespaceIndex, wide ? std::move(identifier) : hostString(name));
+        setStringNodeId(id, namespaceIndex, hostString(name));
     }
 }
 
@@ -131,25 +147,24 @@ UACErr Specification::allocate(std::size_t count) {
 }
 
 UACErr Specification::setProperty(std::size_t n, const VeltoListItem& property) {
-    const auto read = attempt([&] { return fieldsOf(property); });
-    if (!read || !*read) {
+    Fields fields{};
+    if (!attempt([&] { return findFields(property, fields); }).value_or(false)) {
         return malformed(
             "Malformed specification. Unable to access Specification element for property", n);
     }
-    const Fields& fields = **read;
-    const auto namespaceIndex = attempt([&] { return fields[kNamespaceItem].value().AsLong(); });
+    const auto namespaceIndex = attempt([&] { return fieldOf(fields, kNamespaceItem).AsLong(); });
     if (!namespaceIndex) {
         return malformed("Unable to read namespace for property", n);
     }
     const auto named = attempt([&] {
-        setNodeName(nodeIds_[n - 1], *namespaceIndex, fields[kNameItem].value());
+        setNodeName(nodeIds_[n - 1], *namespaceIndex, fieldOf(fields, kNameItem));
         return true;
     });
     if (!named) {
         const char* tag = hostTexts() == HostTexts::utf16 ? " [x]" : " [a]";
         return malformed("Unable to read node name for property", n, tag);
     }
-    const auto attribute = attempt([&] { return fields[kAttributeItem].value().AsLong(); });
+    const auto attribute = attempt([&] { return fieldOf(fields, kAttributeItem).AsLong(); });
     if (!attribute) {
         return malformed("Unable to read attribute id for property", n);
     }

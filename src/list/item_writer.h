@@ -46,10 +46,12 @@ class ItemWriter {
     }
 
     [[gnu::always_inline]] ItemWriter& operator+=(int value) {
-        return integer(value, VeltoList::integerBytes(value));
+        return value < 0 ? integer(value, VeltoList::negIntBytes(value))
+                         : integer(value, VeltoList::posBytes(value));
     }
     [[gnu::always_inline]] ItemWriter& operator+=(long long value) {
-        return integer(value, VeltoList::integerBytes(value));
+        return value < 0 ? integer(value, VeltoList::negLongBytes(value))
+                         : integer(value, VeltoList::posBytes(value));
     }
 
     [[gnu::always_inline]] void appendIEEE64(double value) {

@@ -50,8 +50,16 @@ VeltoListItem VeltoROList::checkedItem(std::size_t i) const {
 
 std::size_t VeltoROList::countItems() const {
     std::uint64_t count = cursorUsable() ? cursorIndex() : 0;
-    for (std::size_t offset = cursorUsable() ? cursorOffset() : 0; offset < length_; ++count) {
-        offset += checkedItemSize(offset);
+    std::size_t left = cursorUsable() ? cursorBytesLeft_ : length_;
+    const unsigned char* item = data_ + (length_ - left);
+    for (; left != 0; ++count) {
+        // A short item, or one whose first byte 0 makes the largest size of all.
+        std::size_t size = *item;
+        if (size - 1 >= left) [[unlikely]] {
+            size = checkedWideItemSize(length_ - left);
+        }
+        item += size;
+        left -= size;
     }
     setItemCount(count);
     return count;

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <initializer_list>
-
 #include "convert/number_items.h"
 #include "convert/short_text.h"
 #include "convert/string_convert.h"
@@ -30,21 +27,6 @@ template <typename Items, typename Write>
 
 UACErr unsupportedNodeId() { return {UACERR_APPLICATION, APPERR_UNSUPPORTED_TYPE, "UA_NodeId"}; }
 
-/// The index of the type that a node id's identifier has.
-int identifierTypeIndex(UA_NodeIdType type) {
-    switch (type) {
-        case UA_NODEIDTYPE_NUMERIC:
-            return UA_TYPES_UINT32;
-        case UA_NODEIDTYPE_STRING:
-            return UA_TYPES_STRING;
-        case UA_NODEIDTYPE_GUID:
-            return UA_TYPES_GUID;
-        case UA_NODEIDTYPE_BYTESTRING:
-            return UA_TYPES_BYTESTRING;
-    }
-    throw unsupportedNodeId();
-}
-
 void writeText(const UACExport& exporter, VeltoList& list, const UA_String& text) {
     exporter.add(&list, &text);
 }
@@ -54,21 +36,44 @@ void writeText(const UACExport& exporter, VeltoList& list, const UA_String& text
     writeShortText(items, bytesOf(text), exporter.stringMode);
 }
 
+/// The identifier, the number of its kind and the index of its type. Each kind by itself, so that
+/// both numbers are written as constants.
+template <typename Items>
+[[gnu::always_inline]] inline void writeIdentifier(const UACExport& exporter, Items& items,
+                                                   const UA_NodeId& id) {
+    switch (id.identifierType) {
+        case UA_NODEIDTYPE_NUMERIC:
+            items += static_cast<long long>(id.identifier.numeric);
+            items += int{UA_NODEIDTYPE_NUMERIC};
+            items += int{UA_TYPES_UINT32};
+            break;
+        case UA_NODEIDTYPE_STRING:
+            writeText(exporter, items, id.identifier.string);
+            items += int{UA_NODEIDTYPE_STRING};
+            items += int{UA_TYPES_STRING};
+            break;
+        default:
+            items.appendItem(item_code::kBytes, 0);  // hosts have no form for these identifiers
+            items += static_cast<int>(id.identifierType);
+            items += id.identifierType == UA_NODEIDTYPE_GUID ? UA_TYPES_GUID : UA_TYPES_BYTESTRING;
+    }
+}
+
+bool hasKnownKind(const UA_NodeId& id) {
+    return id.identifierType == UA_NODEIDTYPE_NUMERIC ||
+           (id.identifierType >= UA_NODEIDTYPE_STRING &&
+            id.identifierType <= UA_NODEIDTYPE_BYTESTRING);
+}
+
 template <typename Items>
 [[gnu::always_inline]] inline void writeNodeIdParts(const UACExport& exporter, Items& items,
                                                     const UA_NodeId& id,
                                                     const UA_ExpandedNodeId* expanded) {
-    const int identifierType = identifierTypeIndex(id.identifierType);
-    items += int{id.namespaceIndex};
-    if (id.identifierType == UA_NODEIDTYPE_NUMERIC) {
-        items += static_cast<long long>(id.identifier.numeric);
-    } else if (id.identifierType == UA_NODEIDTYPE_STRING) {
-        writeText(exporter, items, id.identifier.string);
-    } else {
-        items.appendItem(item_code::kBytes, 0);  // hosts have no form for these identifiers
+    if (!hasKnownKind(id)) {
+        throw unsupportedNodeId();
     }
-    items += static_cast<int>(id.identifierType);
-    items += identifierType;
+    items += int{id.namespaceIndex};
+    writeIdentifier(exporter, items, id);
     if (expanded != nullptr) {
         writeText(exporter, items, expanded->namespaceUri);
         items += static_cast<long long>(expanded->serverIndex);
@@ -90,7 +95,9 @@ void writeNodeId(const UACExport& exporter, VeltoList& list, const UA_NodeId& id
 [[gnu::always_inline]] inline void writeNodeId(const UACExport& exporter, ItemWriter& items,
                                                const UA_NodeId& id,
                                                const UA_ExpandedNodeId* expanded) {
-    writeGroup(items, false, [&] { writeNodeIdParts(exporter, items, id, expanded); });
+    ItemWriter::Nested nested(items);
+    writeNodeIdParts(exporter, items, id, expanded);
+    nested.close();
 }
 
 template <typename Items>
@@ -143,17 +150,20 @@ constexpr std::size_t kNamesRoom = 2 * kHeader + 3 * kHeader + kInt16Room;
 constexpr std::size_t kReferenceRoom =
     kHeader + kNodeIdRoom + kByteRoom + 2 * kExpandedNodeIdRoom + kNamesRoom + kHeader;
 
-/// Most bytes of a reference's texts. Each counts kShortLimit at most, enough for fits() to refuse.
+/// The sum, or enough for fits() to refuse when one is above kShortLimit, which has all bits set.
+template <typename... Lengths>
+std::size_t boundedSum(Lengths... lengths) {
+    return (lengths | ...) > ItemHeader::kShortLimit ? ItemHeader::kShortLimit : (lengths + ...);
+}
+
+/// Most bytes of a reference's texts.
 std::size_t textRoom(const UACExport& exporter, const UA_ReferenceDescription& reference) {
-    std::size_t sum = 0;
-    for (const std::size_t length :
-         {identifierLength(reference.referenceTypeId), identifierLength(reference.nodeId.nodeId),
-          reference.nodeId.namespaceUri.length, reference.browseName.name.length,
-          reference.displayName.text.length, reference.displayName.locale.length,
-          identifierLength(reference.typeDefinition.nodeId),
-          reference.typeDefinition.namespaceUri.length}) {
-        sum += std::min(length, ItemHeader::kShortLimit);
-    }
+    const std::size_t sum = boundedSum(
+        identifierLength(reference.referenceTypeId), identifierLength(reference.nodeId.nodeId),
+        reference.nodeId.namespaceUri.length, reference.browseName.name.length,
+        reference.displayName.text.length, reference.displayName.locale.length,
+        identifierLength(reference.typeDefinition.nodeId),
+        reference.typeDefinition.namespaceUri.length);
     return exporter.stringMode == STRING_BYTES ? sum : 2 * sum;
 }
 

@@ -38,29 +38,44 @@ const UA_String& stringIn(const UA_Variant& value) {
     return *static_cast<const UA_String*>(value.data);
 }
 
-/// Room for the item of a scalar number or a short text, whose writing cannot fail then; 0 for all
-/// that writeShort() does not write. Inlined by force, like writeShort(): a call would cost as much
-/// as what it tells.
-[[gnu::always_inline]] inline std::size_t shortRoom(const UACExport& exporter,
+/// How the item of a value is written, if it is a scalar number or a short text: then its writing
+/// cannot fail.
+struct ShortForm {
+    std::size_t room = 0;  ///< for the item; 0 for all that writeShort() does not write
+    long typeIndex = -1;
+};
+
+/// Inlined by force, like writeShort(): a call would cost as much as what it tells.
+[[gnu::always_inline]] inline ShortForm shortFormOf(const UACExport& exporter,
                                                     const UA_Variant& value) {
     if (exporter.variantMode == VARIANT_FULL || exporter.dateMode != DATE_ODBC ||
         !isScalar(value)) {
-        return 0;
+        return {};
     }
     const long typeIndex = typeIndexOf(value.type);
     if (isNumber(typeIndex)) {
-        return ItemWriter::kNumberRoom;
+        return {ItemWriter::kNumberRoom, typeIndex};
     }
-    return typeIndex == UA_TYPES_STRING && textsCannotFail(exporter.stringMode)
-               ? shortTextRoom(bytesOf(stringIn(value)))
-               : 0;
+    if (typeIndex == UA_TYPES_STRING && textsCannotFail(exporter.stringMode)) {
+        return {shortTextRoom(bytesOf(stringIn(value))), typeIndex};
+    }
+    return {};
 }
 
 [[gnu::always_inline]] inline void writeShort(const UACExport& exporter, ItemWriter& items,
-                                              const UA_Variant& value) {
-    if (!appendNumber(items, typeIndexOf(value.type), value.data)) {
+                                              const UA_Variant& value, const ShortForm& form) {
+    if (!appendNumber(items, form.typeIndex, value.data)) {
         writeShortText(items, bytesOf(stringIn(value)), exporter.stringMode);
     }
+}
+
+/// A value of any form. Out of the way of those with a short form, which then need no room on the
+/// stack for its conversion and its failures.
+[[gnu::noinline]] void addNestedParts(const UACExport& exporter, VeltoList* list,
+                                      const UA_DataValue& dataValue) {
+    NestedList nested(*list);
+    exporter.UA2CL_DataValue(list, &dataValue);
+    nested.close();
 }
 
 }  // namespace
@@ -73,26 +88,24 @@ long UACExport::UA2CL_DataValue(VeltoList* list, const UA_DataValue* dataValue) 
 }
 
 void UACExport::addNestedDataValue(VeltoList* list, const UA_DataValue& dataValue) const {
-    const std::size_t room =
-        dataValueMode == DATA_VALUE_WITH_TIMES ? shortRoom(*this, dataValue.value) : 0;
-    if (room != 0 && ItemWriter::fits(kTimesRoom + room)) {
-        ItemWriter items(*list, ItemWriter::kHeaderBytes + kTimesRoom + room);
-        ItemWriter::Nested nested(items);
-        writeTimes(items, dataValue);
-        writeShort(*this, items, dataValue.value);
-        nested.close();
-        items.commit(1);
+    const ShortForm form =
+        dataValueMode == DATA_VALUE_WITH_TIMES ? shortFormOf(*this, dataValue.value) : ShortForm();
+    if (form.room == 0 || !ItemWriter::fits(kTimesRoom + form.room)) {
+        addNestedParts(*this, list, dataValue);
         return;
     }
-    NestedList nested(*list);
-    UA2CL_DataValue(list, &dataValue);
+    ItemWriter items(*list, ItemWriter::kHeaderBytes + kTimesRoom + form.room);
+    ItemWriter::Nested nested(items);
+    writeTimes(items, dataValue);
+    writeShort(*this, items, dataValue.value, form);
     nested.close();
+    items.commit(1);
 }
 
 void UACExport::addValue(VeltoList* list, const UA_Variant& value) const {
-    if (const std::size_t room = shortRoom(*this, value); room != 0) {
-        ItemWriter items(*list, room);
-        writeShort(*this, items, value);
+    if (const ShortForm form = shortFormOf(*this, value); form.room != 0) {
+        ItemWriter items(*list, form.room);
+        writeShort(*this, items, value, form);
         items.commit(1);
         return;
     }
@@ -120,13 +133,13 @@ void UACExport::addNestedDataValue(VeltoList* list, UA_DateTime sourceTime, UA_D
 }
 
 bool UACExport::addNestedShortAndTime(VeltoList* list, const UA_DataValue& dataValue) const {
-    const std::size_t room = shortRoom(*this, dataValue.value);
-    if (room == 0 || !ItemWriter::fits(room + kDateRoom)) {
+    const ShortForm form = shortFormOf(*this, dataValue.value);
+    if (form.room == 0 || !ItemWriter::fits(form.room + kDateRoom)) {
         return false;
     }
-    ItemWriter items(*list, ItemWriter::kHeaderBytes + room + kDateRoom);
+    ItemWriter items(*list, ItemWriter::kHeaderBytes + form.room + kDateRoom);
     ItemWriter::Nested nested(items);
-    writeShort(*this, items, dataValue.value);
+    writeShort(*this, items, dataValue.value, form);
     writeDate(items, dataValue.sourceTimestamp);
     nested.close();
     items.commit(1);
@@ -155,10 +168,10 @@ void UACExport::addDataValueParts(VeltoList* list, const UA_DataValue& dataValue
 }
 
 void UACExport::addTimesAndValue(VeltoList* list, const UA_DataValue& dataValue) const {
-    if (const std::size_t room = shortRoom(*this, dataValue.value); room != 0) {
-        ItemWriter items(*list, kTimesRoom + room);
+    if (const ShortForm form = shortFormOf(*this, dataValue.value); form.room != 0) {
+        ItemWriter items(*list, kTimesRoom + form.room);
         writeTimes(items, dataValue);
-        writeShort(*this, items, dataValue.value);
+        writeShort(*this, items, dataValue.value, form);
         items.commit(4);
         return;
     }

@@ -114,14 +114,18 @@ KeptText& dayAt(std::uint64_t ticks) {
     day.begin = days * std::uint64_t{kTicksPerDay};
 }
 
-/// Writes the text of an instant before the year 10000, whose second is not the kept one.
+void writeInNewDay(std::uint64_t ticks, KeptSecond& kept, unsigned char* out);
+
+/// Writes the text of an instant before the year 10000, whose second is not the kept one. A new day
+/// is a call at the end, which needs no registers saved on the way of all others.
 [[gnu::noinline]] void writeInDay(std::uint64_t ticks, KeptSecond& kept, unsigned char* out) {
     constexpr std::size_t hour = 11;
     constexpr std::size_t minute = 14;
     constexpr std::size_t second = 17;
-    KeptText& day = dayAt(ticks);
-    if (!day.covers(ticks, kTicksPerDay)) {
-        assignDay(day, ticks);
+    const KeptText& day = dayAt(ticks);
+    if (!day.covers(ticks, kTicksPerDay)) [[unlikely]] {
+        writeInNewDay(ticks, kept, out);
+        return;
     }
     const std::uint64_t sinceMidnight = ticks - day.begin;
     const auto seconds = static_cast<std::uint32_t>(sinceMidnight / kTicksPerSecond);
@@ -139,6 +143,11 @@ KeptText& dayAt(std::uint64_t ticks) {
         std::memcpy(kept.text.data(), out, kept.text.size());
     }
     kept.candidate = begin;
+}
+
+[[gnu::noinline]] void writeInNewDay(std::uint64_t ticks, KeptSecond& kept, unsigned char* out) {
+    assignDay(dayAt(ticks), ticks);
+    writeInDay(ticks, kept, out);
 }
 
 /// Ticks from 0000-01-01. Unsigned, so that one comparison covers both ends of the range.
@@ -163,8 +172,9 @@ void writeOdbcDate(UA_DateTime time, unsigned char* out) {
         writeInDay(ticks, second, out);
         return;
     }
+    const auto fraction = static_cast<std::uint32_t>(ticks - second.begin);
     std::memcpy(out, second.text.data(), second.text.size());
-    Utf16Digits(out + second.text.size()).put7(static_cast<std::uint32_t>(ticks - second.begin));
+    Utf16Digits(out + second.text.size()).put7(fraction);
 }
 
 void UACExport::addAsODBCDate(VeltoList* list, const UA_DateTime* time, bool wholeSeconds) {

@@ -6,7 +6,8 @@ VeltoList& NotificationQueue::nextValue() {
     if (blocks_.empty() || blocks_.back().full()) {
         blocks_.emplace_back();
         if (size_ == 0) {
-            frontBlock_ = blocks_.size() - 1;
+            steppedOver_ = blocks_.size() - 1;
+            frontBlock_ = &blocks_.back();
             front_ = 0;
         }
     }
@@ -25,14 +26,14 @@ ItemNotification& NotificationQueue::push(std::size_t begin, const ItemNotificat
 void NotificationQueue::pop() {
     ++front_;
     --size_;
-    if (front_ == blocks_[frontBlock_].changes.size() && frontBlock_ + 1 < blocks_.size()) {
-        ++frontBlock_;
+    if (front_ == frontBlock_->changes.size() && steppedOver_ + 1 < blocks_.size()) {
+        frontBlock_ = &blocks_[++steppedOver_];
         front_ = 0;
     }
 }
 
 void NotificationQueue::release() {
-    for (; frontBlock_ > 0; --frontBlock_) {
+    for (; steppedOver_ > 0; --steppedOver_) {
         blocks_.pop_front();
     }
     if (size_ != 0 || blocks_.empty()) {

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string_view>
 
+#include "peer.h"
 #include "processors.h"
 #include "report.h"
 #include "testbed/server_process.h"
@@ -17,15 +18,18 @@ namespace {
 using namespace nimb::bench;
 
 constexpr const char* usage =
-    "usage: nimb-adapter-bench [--only TEXT] [--chart FILE]\n"
+    "usage: nimb-adapter-bench [--only TEXT] [--chart FILE] [--peer FILE]\n"
     "       nimb-adapter-bench --repeat CASE adapter|raw N\n"
     "  --only    measures only the cases whose name contains TEXT\n"
     "  --chart   also writes the ratios as an SVG image\n"
-    "  --repeat  makes N calls of one side, for instruction counting inside repeatCalls()\n";
+    "  --peer    also runs this script, bench/peer.cjs, which reads with another client\n"
+    "  --repeat  makes N calls of one side, for instruction counting inside repeatCalls(), and\n"
+    "            says how many units of work they were\n";
 
 struct Options {
     std::string only;
     std::string chartFile;
+    std::string peerScript;
     std::string side;
     long repeats = 0;
 };
@@ -42,6 +46,8 @@ Options parse(int count, char** arguments) {
             options.only = value(i);
         } else if (option == "--chart") {
             options.chartFile = value(i);
+        } else if (option == "--peer") {
+            options.peerScript = value(i);
         } else if (option == "--repeat") {
             options.only = value(i);
             options.side = value(i);
@@ -58,6 +64,7 @@ std::vector<Case> selectedCases(const std::string& only) {
     addServiceCases(cases);
     addPrepareCases(cases);
     addSubscriptionCases(cases);
+    addGuardCases(cases);
     addLocalCases(cases);
     std::erase_if(cases, [&](const Case& c) { return c.name.find(only) == std::string::npos; });
     return cases;
@@ -81,7 +88,9 @@ void measureAll(const std::vector<Case>& cases, const Setting& setting, const Op
         std::fprintf(stderr, "%s\n", subject.name.c_str());
         rows.push_back(measured(subject, setting));
     }
-    std::fputs(tables(rows).c_str(), stdout);
+    std::vector<PeerRow> peer;
+    if (!options.peerScript.empty()) peer = measurePeer(options.peerScript, setting.url, rows);
+    std::fputs((ratioTable(rows) + peerTable(peer) + "\n" + timeTable(rows)).c_str(), stdout);
     if (!options.chartFile.empty()) std::ofstream(options.chartFile) << chart(rows);
 }
 
@@ -107,7 +116,13 @@ int main(int count, char** arguments) {
         }
         const Contest contest = cases.front().prepare(setting);
         contest.check();  // also warms up
-        repeatCalls(options.side == "raw" ? contest.raw : contest.adapter, options.repeats);
+        const Side& side = options.side == "raw" ? contest.raw : contest.adapter;
+        if (side.settle) side.settle();
+        const double before = side.work ? side.work() : 0;
+        repeatCalls(side, options.repeats);
+        const double units =
+            side.work ? side.work() - before : static_cast<double>(options.repeats);
+        std::printf("units of work: %.0f\n", units);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "nimb-adapter-bench: %s\n", error.what());

@@ -48,6 +48,8 @@ void addValues(UA_Server* server) {
     }
 }
 
+constexpr UA_UInt16 mostSessions = 2000;
+
 struct Changes {
     std::uint32_t points;
     std::uint32_t done = 0;
@@ -70,6 +72,8 @@ void serve(const PlantOptions& wanted) {
     options.moveEvery = {};
     options.changeEvery = {};
     PlantServer plant(options);
+    UA_ServerConfig* config = UA_Server_getConfig(plant.server());
+    config->maxSecureChannels = config->maxSessions = mostSessions;
     addValues(plant.server());
     Changes changes{wanted.changingPoints};
     if (wanted.changeEvery.count() > 0) {

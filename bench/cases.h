@@ -34,6 +34,8 @@ void addServiceCases(std::vector<Case>& cases);
 void addSubscriptionCases(std::vector<Case>& cases);
 /// Reads that are prepared, beside requests that are built by hand from the same bytes.
 void addPrepareCases(std::vector<Case>& cases);
+/// Services of the bare stack behind the guard of its connection, beside the same without it.
+void addGuardCases(std::vector<Case>& cases);
 /// Entries that need no server.
 void addLocalCases(std::vector<Case>& cases);
 

@@ -8,6 +8,7 @@
 #include "cases.h"
 #include "checks.h"
 #include "processors.h"
+#include "queued_changes.h"
 #include "report.h"
 #include "testbed/server_process.h"
 #include "testbed/wait_until.h"
@@ -63,47 +64,12 @@ void arguments(const Setting& setting) {
     }
 }
 
-/// Polls that hand out no line tell the length of the queue and leave it as it is.
-class Queue {
-  public:
-    static constexpr std::uint32_t items = 10;
-
-    explicit Queue(const Setting& setting)
-        : session_(setting.library, setting.url), subscription_(subscribe()) {}
-
-    double length() { return lengthAfter(look_); }
-    double drainOnce() { return lengthAfter(drain_); }
-
-  private:
-    static constexpr int noLines = -1;
-    static constexpr int linesThatFit = 20;
-    static constexpr int wait = 1;  // milliseconds
-
-    long subscribe() const {
-        std::vector<plant::NodeAddress> nodes;
-        for (std::uint32_t i = 0; i < items; ++i) nodes.push_back(doubleNode(i));
-        return session_.subscribe(nodes, 5, 1000);
-    }
-    Entry poll(int timeout, int lines) const {
-        return session_.entry("zfPollSubscription",
-                              VeltoList() + subscription_ + timeout + lines + 0);
-    }
-    static double lengthAfter(Entry& entry) {
-        return entry.call().at(2).AsVeltoROList().at(5).AsDouble();
-    }
-
-    AdapterSession session_;
-    long subscription_;
-    Entry look_ = poll(wait, noLines);
-    Entry drain_ = poll(0, linesThatFit);
-};
-
 /// Lets the queue fill, freezes the server and drains what has come.
 void notifications(host::Library& library) {
     for (const double wanted : {10.0, 100.0, 1000.0, 10000.0}) {
         test::ServerProcess server(NIMB_BENCH_SERVER,
-                                   {"--change", std::to_string(Queue::items) + ":5"});
-        Queue queue({library, server.url()});
+                                   {"--change", std::to_string(QueuedChanges::items) + ":5"});
+        QueuedChanges queue(library, server.url());
         require(test::waitUntil([&] { return queue.length() >= wanted; }), "queued notifications");
         server.freeze();
         const double queued = queue.length();

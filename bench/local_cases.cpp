@@ -1,6 +1,7 @@
 #include <array>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 #include "cases.h"
 #include "checks.h"
@@ -72,7 +73,10 @@ Contest plainText(const Setting& setting) {
 const std::array<signed char, 256> hexValues = [] {
     std::array<signed char, 256> values{};
     values.fill(-1);
-    for (signed char i = 0; i < 16; ++i) values.at("0123456789abcdef"[i]) = i;
+    signed char value = 0;
+    for (const char digit : std::string_view("0123456789abcdef")) {
+        values.at(static_cast<unsigned char>(digit)) = value++;
+    }
     return values;
 }();
 

@@ -50,16 +50,11 @@ bool inChart(const Row& row) {
     return row.subject.unit == Unit::ratio && row.subject.target < rightEdge;
 }
 
-/// A figure, marked when it is over its target.
-std::string figure(int places, double value, double target) {
-    return line(value > target ? "**%.*f** missed" : "%.*f", places, value);
-}
-
 std::string ratioRow(const Row& row) {
     const Outcome& o = row.outcome;
     const std::string control =
         line(o.controlHolds() ? "%.3f (%d)" : "**%.3f** (%d)", o.controlRatio, o.attempts);
-    return line("| %s | %.2f | %s | %.3f | %.3f | %s | %.2f | %.2f |\n", row.subject.name.c_str(),
+    return line("| %s | %.4g | %s | %.3f | %.3f | %s | %.2f | %.2f |\n", row.subject.name.c_str(),
                 row.subject.target, figure(3, o.cpuRatio, row.subject.target).c_str(), row.spread,
                 o.wallRatio, control.c_str(), o.rawCpu / 1000, o.adapterCpu / 1000);
 }
@@ -68,6 +63,10 @@ std::string ratioRow(const Row& row) {
 
 double figureOf(const Case& subject, const Outcome& outcome) {
     return subject.unit == Unit::ratio ? outcome.cpuRatio : outcome.adapterCpu;
+}
+
+std::string figure(int places, double value, double target) {
+    return line(value > target ? "**%.*f** missed" : "%.*f", places, value);
 }
 
 std::string line(const char* format, ...) {
@@ -79,21 +78,25 @@ std::string line(const char* format, ...) {
     return text;
 }
 
-std::string tables(const std::vector<Row>& rows) {
-    std::string ratios =
+std::string ratioTable(const std::vector<Row>& rows) {
+    std::string table =
         "| Case | Target | CPU ratio | spread | wall ratio | control (attempts) | raw CPU, µs | "
         "adapter CPU, µs |\n|---|---|---|---|---|---|---|---|\n";
-    std::string times = "| Entry | Target, ns | CPU, ns | spread |\n|---|---|---|---|\n";
     for (const Row& row : rows) {
-        if (row.subject.unit == Unit::ratio) {
-            ratios += ratioRow(row);
-        } else {
-            const double target = row.subject.target;
-            times += line("| %s | %.0f | %s | %.1f |\n", row.subject.name.c_str(), target,
-                          figure(1, row.outcome.adapterCpu, target).c_str(), row.spread);
-        }
+        if (row.subject.unit == Unit::ratio) table += ratioRow(row);
     }
-    return ratios + "\n" + times;
+    return table;
+}
+
+std::string timeTable(const std::vector<Row>& rows) {
+    std::string table = "| Entry | Target, ns | CPU, ns | spread |\n|---|---|---|---|\n";
+    for (const Row& row : rows) {
+        if (row.subject.unit == Unit::ratio) continue;
+        const double target = row.subject.target;
+        table += line("| %s | %.0f | %s | %.1f |\n", row.subject.name.c_str(), target,
+                      figure(1, row.outcome.adapterCpu, target).c_str(), row.spread);
+    }
+    return table;
 }
 
 std::string chart(const std::vector<Row>& rows) {

@@ -16,8 +16,13 @@ struct Row {
 /// What a case is judged by: its ratio, or its time in nanoseconds.
 double figureOf(const Case& subject, const Outcome& outcome);
 
-/// The rows as two Markdown tables, ratios and times.
-std::string tables(const std::vector<Row>& rows);
+/// A figure, marked when it is over its target.
+std::string figure(int places, double value, double target);
+
+/// The rows with ratios as a Markdown table, to which rows may be added.
+std::string ratioTable(const std::vector<Row>& rows);
+/// The rows with times as another.
+std::string timeTable(const std::vector<Row>& rows);
 
 /// The ratios as bars beside their targets: an SVG image.
 std::string chart(const std::vector<Row>& rows);

@@ -98,12 +98,13 @@ long AdapterSession::subscribe(std::span<const plant::NodeAddress> nodes, double
         .AsLong();
 }
 
-RawSession::RawSession(const std::string& url) {
+RawSession::RawSession(const std::string& url, void (*prepare)(UA_ClientConfig&)) {
     UA_ClientConfig config{};
     static UA_Logger silent{nullptr, nullptr, nullptr};
     config.logging = &silent;
     client_.reset(UA_Client_newWithConfig(&config));
     UA_ClientConfig_setDefault(UA_Client_getConfig(client()));
+    if (prepare != nullptr) prepare(*UA_Client_getConfig(client()));
     if (UA_Client_connect(client(), url.c_str()) != UA_STATUSCODE_GOOD) {
         throw std::runtime_error("the bare stack does not connect");
     }

@@ -73,7 +73,8 @@ class AdapterSession {
 /// A client of the bare stack, connected in clear, without a log.
 class RawSession {
   public:
-    explicit RawSession(const std::string& url);
+    /// @param prepare  changes the stack's default configuration before the connect
+    explicit RawSession(const std::string& url, void (*prepare)(UA_ClientConfig&) = nullptr);
 
     UA_Client* client() const { return client_.get(); }
 

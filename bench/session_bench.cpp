@@ -1,0 +1,145 @@
+// What a session costs beside its calls: the time to close it, on the wall clock, for most of it is
+// waiting, and its memory beside that of a session of the bare stack. Prints Markdown tables.
+
+#include <malloc.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "checks.h"
+#include "compare.h"
+#include "demo_server/address_space.h"
+#include "processors.h"
+#include "queued_changes.h"
+#include "report.h"
+#include "testbed/server_process.h"
+#include "testbed/wait_until.h"
+
+namespace {
+
+using namespace nimb;
+using namespace nimb::bench;
+
+template <typename Work>
+double milliseconds(Work work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
+        .count();
+}
+
+void printTime(const char* subject, double target, double time) {
+    std::printf("| %s | %.0f | %s |\n", subject, target, figure(2, time, target).c_str());
+}
+
+void closing(host::Library& library, const std::string& url, std::size_t clients) {
+    constexpr int times = 21;
+    std::printf("| Closing | Target, ms | wall, ms |\n|---|---|---|\n");
+    std::vector<double> disconnects;
+    std::vector<double> reconnects;
+    {
+        const AdapterSession session(library, url);
+        Entry disconnect = session.entry("zfDisconnectB");
+        Entry connect = session.entry("zfConnectB", VeltoList() + url);
+        for (int i = 0; i < times; ++i) {
+            reconnects.push_back(milliseconds([&] { connect.call(); }));
+            disconnects.push_back(milliseconds([&] { disconnect.call(); }));
+            connect.call();
+        }
+    }
+    printTime("disconnect", 5, medianOf(disconnects));
+    printTime("reconnect", 15, medianOf(reconnects));
+    std::vector<std::unique_ptr<AdapterSession>> sessions;
+    for (std::size_t i = 0; i < clients; ++i) {
+        sessions.push_back(std::make_unique<AdapterSession>(library, url));
+    }
+    const std::string name = std::to_string(clients) + " connected clients destroyed";
+    printTime(name.c_str(), 5000, milliseconds([&] { sessions.clear(); }));
+}
+
+double heapInUse() {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd);
+}
+
+/// Bytes of the heap that each of what `make` makes holds, the first one apart.
+template <typename Make>
+double bytesEach(Make make) {
+    constexpr std::size_t count = 32;
+    std::vector<decltype(make())> made;
+    made.reserve(count + 1);
+    made.push_back(make());
+    const double before = heapInUse();
+    for (std::size_t i = 0; i < count; ++i) made.push_back(make());
+    return (heapInUse() - before) / count;
+}
+
+/// Bytes of a double with its times as the stack keeps it: in an array of such values.
+double bytesOfStackValue() {
+    constexpr std::size_t count = 1000;
+    double number = 1;
+    UA_DataValue value{};
+    UA_Variant_setScalar(&value.value, &number, &UA_TYPES[UA_TYPES_DOUBLE]);
+    value.hasValue = value.hasSourceTimestamp = value.hasServerTimestamp = true;
+    const double before = heapInUse();
+    auto* values = static_cast<UA_DataValue*>(UA_Array_new(count, &UA_TYPES[UA_TYPES_DATAVALUE]));
+    for (std::size_t i = 0; i < count; ++i) UA_DataValue_copy(&value, &values[i]);
+    const double bytes = heapInUse() - before;
+    UA_Array_delete(values, count, &UA_TYPES[UA_TYPES_DATAVALUE]);
+    return bytes / count;
+}
+
+double bytesOfQueuedChange(host::Library& library) {
+    constexpr double few = 500;
+    constexpr double many = 10000;
+    const test::ServerProcess server(NIMB_BENCH_SERVER,
+                                     {"--change", std::to_string(QueuedChanges::items) + ":5"});
+    QueuedChanges queue(library, server.url());
+    const auto fillTo = [&](double wanted) {
+        double length = 0;
+        require(test::waitUntil([&] { return (length = queue.length()) >= wanted; }), "changes");
+        return length;
+    };
+    const double begin = fillTo(few);
+    const double before = heapInUse();
+    const double end = fillTo(many);
+    return (heapInUse() - before) / (end - begin);
+}
+
+void printMemory(const char* subject, const char* target, double bytes, double most, double raw) {
+    std::printf("| %s | %s | %s | %.0f |\n", subject, target, figure(0, bytes, most).c_str(), raw);
+    std::fflush(stdout);
+}
+
+void memory(host::Library& library, const std::string& url) {
+    constexpr double eightKilobytes = 8192;
+    constexpr double share = 1.2;
+    std::printf(
+        "| Heap in use | Target | adapter, bytes | bare stack, bytes |\n|---|---|---|---|\n");
+    const double client = bytesEach([&] { return std::make_unique<AdapterSession>(library, url); });
+    const double raw = bytesEach([&] { return std::make_unique<RawSession>(url); });
+    printMemory("a connected client", "8 KiB more", client, raw + eightKilobytes, raw);
+    const double value = bytesOfStackValue();
+    printMemory("a queued change of a double", "1.2 times", bytesOfQueuedChange(library),
+                share * value, value);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    try {
+        takeFirstProcessor();
+        const std::size_t clients = count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 1000;
+        host::Library library(NIMB_LIBRARY_PATH);
+        const test::ServerProcess server(NIMB_BENCH_SERVER, {});
+        closing(library, server.url(), clients);
+        std::printf("\n");
+        memory(library, server.url());
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "nimb-session-bench: %s\n", error.what());
+        return 1;
+    }
+}

@@ -150,7 +150,10 @@ constexpr std::size_t kNamesRoom = 2 * kHeader + 3 * kHeader + kInt16Room;
 constexpr std::size_t kReferenceRoom =
     kHeader + kNodeIdRoom + kByteRoom + 2 * kExpandedNodeIdRoom + kNamesRoom + kHeader;
 
-/// The sum, or enough for fits() to refuse when one is above kShortLimit, which has all bits set.
+static_assert((ItemHeader::kShortLimit & (ItemHeader::kShortLimit + 1)) == 0, "all bits set");
+
+/// The sum, or enough for fits() to refuse when a length is above kShortLimit: as that has all bits
+/// set, one comparison tells for all of them.
 template <typename... Lengths>
 std::size_t boundedSum(Lengths... lengths) {
     return (lengths | ...) > ItemHeader::kShortLimit ? ItemHeader::kShortLimit : (lengths + ...);

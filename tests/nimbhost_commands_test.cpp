@@ -78,6 +78,8 @@ TEST(Commands, MakeTrustAndUseAnEncryptedSessionFromNothing) {
     const auto weary = place.run("nimbhost doctor --json --expires 5000" + plant);
     EXPECT_EQ(weary.status, 1);
     EXPECT_EQ(jsonLines(weary.out).back()["ready"], false);
+    place.run("nimbhost cert new -p north --force --uri " + std::string(kClientUri));
+    EXPECT_TRUE(holds(place.run("nimbhost read X" + plant).err, "does not trust our certificate"));
 }
 
 // ------------------------------------------------------------------------------------------------

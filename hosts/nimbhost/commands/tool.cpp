@@ -148,11 +148,12 @@ std::string_view withoutGuard(std::string_view word) noexcept {
 
 std::string explained(const std::exception& failure, const PlantSettings& settings) {
     using enum CauseTable;
-    const CauseTable encrypted[] = {setUp, connect, reach, fault};
-    const CauseTable inClear[] = {reach, fault};
-    const auto rows = settings.isEncrypted() ? causesOf(encrypted, failure.what(), "")
-                                             : causesOf(inClear, failure.what(), "");
     std::string out = failure.what();
+    const bool connecting = out.find("Unable to connect") != std::string::npos;
+    const CauseTable encrypted[] = {connecting ? connect : setUp, reach, fault};
+    const CauseTable inClear[] = {reach, fault};
+    const auto rows =
+        settings.isEncrypted() ? causesOf(encrypted, out, "") : causesOf(inClear, out, "");
     if (!rows.empty() && *rows[0]->cause != '\0') {
         out += "; " + plain(rows[0]->cause) + ": " + plain(rows[0]->cure);
     }

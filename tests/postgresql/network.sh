@@ -8,7 +8,7 @@ start_relay() {
     "$build/bin/postgresql_relay" "${url##*:}" <>"$to" 1<>"$from" &
     relay=$!
     read -r -t 30 relayed <"$from"
-    query "CREATE SERVER far FOREIGN DATA WRAPPER nimbopcua OPTIONS (url '$relayed', timeout '1000');
+    query "CREATE SERVER far FOREIGN DATA WRAPPER nimbopcua OPTIONS (url '$relayed', timeout '700');
            CREATE FOREIGN TABLE far (level float8 OPTIONS (node 'ns=2;s=Tank1.Level'),
                                      set_point float8 OPTIONS (node 'ns=2;s=Tank1.SetPoint')) SERVER far;
            CREATE FUNCTION network_is(fault text) RETURNS float8 LANGUAGE plpgsql AS \$\$ BEGIN
@@ -39,7 +39,7 @@ SELECT '=', clock_timestamp() - :'begin' > '$most s', (SELECT count(*) FROM pg_l
 SELECT network_is('none') \gset
 $again
 SQL
-        sed -n '1,2d; /^ERROR/ {s/ERROR:  //; s/: The .*//; p}; /^HINT.*carried out/ {s/.*/in doubt/; p}; /^[=tf]/p' |
+        sed -n '1,2d; /^ERROR/ {s/ERROR:  //; s/\(Bad[A-Za-z]*\): .*/\1/; p}; /^HINT.*carried out/ {s/.*/in doubt/; p}; /^[=tf]/p' |
         paste -sd' '
 }
 

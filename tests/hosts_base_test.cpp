@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "base/prepared_read.h"
 #include "base/text.h"
 #include "base/write.h"
@@ -70,9 +72,9 @@ class PlantTest : public testing::Test {
     static Plant plantAt(const std::string& url) { return {.url = url, .timeout = 2000}; }
 
     /// Reads nodes and shows each: its value as JSON, or its status or warning.
-    std::string read(const std::string& nodes) {
-        PreparedRead prepared(connection_, parseNodes(nodes));
-        const auto infos = NodeCatalogue(connection_).describe(prepared.nodes());
+    static std::string read(Connection& connection, const std::string& nodes) {
+        PreparedRead prepared(connection, parseNodes(nodes));
+        const auto infos = NodeCatalogue(connection).describe(prepared.nodes());
         const Reading reading = prepared.read();
         std::string text;
         for (std::size_t i = 0; i < reading.size(); ++i) {
@@ -85,6 +87,7 @@ class PlantTest : public testing::Test {
         }
         return text;
     }
+    std::string read(const std::string& nodes) { return read(connection_, nodes); }
 
     static test::TestServer* server_;
     Connection connection_{library(), plantAt(server_->url())};
@@ -110,6 +113,16 @@ TEST_F(PlantTest, ValuesOfEveryTypeAreWhatTheyWere) {
               "[true,false,true] [0,9223372036854775808,18446744073709551615] "
               "[{\"name\":\"Füllstand\",\"namespace\":2},{\"name\":\"Server\",\"namespace\":0}] "
               "[2.5] [[1,2,3],[4,5,6]]");
+}
+
+TEST_F(PlantTest, ThreadsGetTheAnswersToTheirOwnQuestions) {
+    const auto readOften = [](const std::string& nodes, const std::string& values) {
+        Connection connection(library(), plantAt(server_->url()));
+        for (int i = 0; i < 50; ++i) EXPECT_EQ(read(connection, nodes), values);
+    };
+    std::thread other(readOften, node(plant::scalarOf(plant::type::boolean)), "true");
+    readOften(node(plant::matrix2x3), "[[1,2,3],[4,5,6]]");
+    other.join();
 }
 
 TEST_F(PlantTest, WhatHasNoValueOrNoFormLeavesTheOthersAlone) {

@@ -113,7 +113,7 @@ killed_plant() {
     [ "$(query 'SELECT level FROM tank')" = 42.5 ] || fail 'the plant was not found again'
 }
 
-# A thousand rounds in one backend, with errors and altered servers among them, take no more memory:
+# A thousand rounds in one backend, with errors, cancels and altered servers among them, take no more memory:
 # no more than PostgreSQL itself for a table that is created and dropped, some 480 bytes a round.
 flat() {
     local rounds=1000
@@ -123,6 +123,7 @@ flat() {
             echo "CREATE FOREIGN TABLE round (v float8 OPTIONS (node 'ns=2;s=Tank1.Level'), x int OPTIONS (node 'ns=2;i=9')) SERVER north;"
             echo "SELECT v FROM round; SELECT x FROM round; UPDATE round SET x = 1; SELECT v FROM long;"
             [ $((i % 100)) -ne 0 ] || echo "ALTER SERVER north OPTIONS (SET timeout '1000'); SELECT v FROM round;"
+            echo "SET statement_timeout = $((i % 4 + 1)); SELECT 1 FROM nimb.browse('north', 'ns=2;i=7'); RESET statement_timeout;"
             echo "DROP FOREIGN TABLE round;"
             case $i in 200 | "$rounds") echo "SELECT 'memory', pg_read_file('/proc/self/statm');" ;; esac
         done

@@ -1,18 +1,14 @@
 // The SQLite extension in the real shell, against real servers and a network that fails.
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include <chrono>
 #include <csignal>
 #include <fstream>
 #include <sstream>
 
+#include "sqlite_shell.h"
 #include "testbed/certificates.h"
-#include "testbed/child_process.h"
 #include "testbed/fault_proxy.h"
 #include "testbed/server_process.h"
-#include "testbed/temp_dir.h"
 #include "testbed/test_server.h"
 #include "testbed/wait_until.h"
 
@@ -20,44 +16,6 @@ namespace nimb::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-/// A run of the shell in a folder of its own.
-class Shell {
-  public:
-    /// @param runner  what stands before the shell's name: valgrind, or settings of variables
-    explicit Shell(std::string runner = "") : runner_(std::move(runner)) {}
-
-    /// Starts the shell on plant.db with the extension loaded, and the lines as its input.
-    pid_t start(const std::string& lines) const {
-        folder_.write("input.sql", ".load nimbopcua_sqlite\n" + lines);
-        const std::string command = "cd '" + folder_.path().string() +
-                                    "' && exec env LD_LIBRARY_PATH='" NIMB_LIBRARY_DIR
-                                    "' NIMBOPCUA_LIBRARY='" NIMB_LIBRARY_PATH "' " NIMB_PRELOAD
-                                    " " +
-                                    runner_ + " sqlite3 -batch plant.db < input.sql > output 2>&1";
-        return spawnProcess({"sh", "-c", command}, -1, -1);
-    }
-    const std::filesystem::path& folder() const { return folder_.path(); }
-    std::string output() const { return readFile(folder_.path() / "output"); }
-
-    /// All that it printed, errors included.
-    std::string run(const std::string& lines) const {
-        int status = 0;
-        EXPECT_TRUE(awaitProcess(start(lines), 0, status));
-        EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
-        return output();
-    }
-
-  private:
-    TempDir folder_;
-    std::string runner_;
-};
-
-std::string table(const std::string& name, const std::string& url, const std::string& nodes,
-                  const std::string& others = "") {
-    return "CREATE VIRTUAL TABLE " + name + " USING opcua(url='" + url + "', nodes='" + nodes +
-           "'" + others + ");\n";
-}
 
 class SqliteTest : public testing::Test {
   protected:
@@ -348,72 +306,6 @@ TEST(SqliteSecurity, ATableCanBeEncrypted) {
         Shell().run(trusting("temp.t", folder("servers", &own)) + trusting("temp.strange", empty));
     EXPECT_TRUE(output.starts_with("50.0\n")) << output;
     EXPECT_NE(output.find("BadCertificateUntrusted"), std::string::npos) << output;
-}
-
-/// An example of the manual: what is typed, and the answer, where "..." stands for anything.
-struct Example {
-    std::string input;
-    std::string answer;
-};
-
-std::vector<Example> examplesIn(const std::string& page) {
-    constexpr std::string_view prompt = "sqlite> ";
-    std::vector<Example> examples;
-    std::istringstream lines(page);
-    bool inside = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("```")) {
-            inside = line == "```sqlite";
-        } else if (inside && line.starts_with(prompt)) {
-            examples.push_back({line.substr(prompt.size()), ""});
-        } else if (inside) {
-            examples.at(examples.size() - 1).answer += line + '\n';
-        }
-    }
-    return examples;
-}
-
-bool matches(std::string_view text, std::string_view pattern) {
-    constexpr std::string_view anything = "...";
-    const std::size_t gap = pattern.find(anything);
-    if (gap == std::string_view::npos) return text == pattern;
-    if (!text.starts_with(pattern.substr(0, gap))) return false;
-    pattern.remove_prefix(gap + anything.size());
-    for (std::size_t skipped = gap; skipped <= text.size(); ++skipped) {
-        if (matches(text.substr(skipped), pattern)) return true;
-    }
-    return false;
-}
-
-/// Plays the manual from its first example to its last.
-void playManual(const Shell& shell) {
-    const TestServer server;
-    const auto examples = examplesIn(readFile(NIMB_DOCS_DIR "/sqlite.md"));
-    ASSERT_GT(examples.size(), 10U);
-    const std::string address = "opc.tcp://127.0.0.1:4840";
-    std::string lines;
-    for (Example example : examples) {
-        if (const auto at = example.input.find(address); at != std::string::npos) {
-            example.input.replace(at, address.size(), server.url());
-        }
-        lines += example.input + "\n.print --\n";
-    }
-    std::istringstream output(shell.run(lines));
-    for (const Example& example : examples) {
-        std::string answer;
-        for (std::string line; std::getline(output, line) && line != "--";) answer += line + '\n';
-        EXPECT_TRUE(matches(answer, example.answer)) << example.input << "\nanswers\n" << answer;
-    }
-    std::string rest;
-    std::getline(output, rest, '\0');
-    EXPECT_EQ(rest, "");
-}
-
-TEST(SqliteManual, ExamplesAnswerAsTheManualSays) { playManual(Shell()); }
-
-TEST(SqliteManual, ExamplesTouchNoMemoryThatIsNotTheirs) {
-    if (std::string_view(NIMB_VALGRIND).empty()) GTEST_SKIP() << "there is no valgrind";
-    playManual(Shell(NIMB_VALGRIND " -q --leak-check=full --errors-for-leak-kinds=definite"));
 }
 
 }  // namespace

@@ -145,8 +145,12 @@ TEST_F(TerminalTest, KeepsTheShellThroughAnInterruption) {
     keys("zfConnectUser $handle, a, b, $ecret", "Enter");
     EXPECT_TRUE(shows("a, b, ***"));
     keys("  exit ", "Enter");
-    EXPECT_TRUE(waitUntil([&] { return fs::exists(place_.folder.path() / ".nimbhost_history"); }));
-    const std::string history = place_.file(".nimbhost_history");
+    std::string history;
+    EXPECT_TRUE(waitUntil([&] {  // the last line is written last
+        if (!fs::exists(place_.folder.path() / ".nimbhost_history")) return false;
+        history = place_.file(".nimbhost_history");
+        return holds(history, "exit");
+    }));
     EXPECT_TRUE(holds(history, "wait")) << history;
     EXPECT_FALSE(holds(history, "ecret")) << history;
 }

@@ -84,11 +84,11 @@ double bytesOfStackValue() {
     UA_Variant_setScalar(&value.value, &number, &UA_TYPES[UA_TYPES_DOUBLE]);
     value.hasValue = value.hasSourceTimestamp = value.hasServerTimestamp = true;
     const double before = heapInUse();
-    auto* values = static_cast<UA_DataValue*>(UA_Array_new(count, &UA_TYPES[UA_TYPES_DATAVALUE]));
-    for (std::size_t i = 0; i < count; ++i) UA_DataValue_copy(&value, &values[i]);
-    const double bytes = heapInUse() - before;
-    UA_Array_delete(values, count, &UA_TYPES[UA_TYPES_DATAVALUE]);
-    return bytes / count;
+    std::vector<plant::OwnedDataValue> values(count);
+    for (plant::OwnedDataValue& copy : values) {
+        require(UA_DataValue_copy(&value, copy.get()) == UA_STATUSCODE_GOOD, "a copy");
+    }
+    return (heapInUse() - before) / count;
 }
 
 double bytesOfQueuedChange(host::Library& library) {

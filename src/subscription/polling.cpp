@@ -19,10 +19,9 @@ namespace {
 
 constexpr int kMaxPerLine = 9999;  // notifications folded into one line
 
-/// Milliseconds.
-constexpr std::int64_t kPause = 100;      // between two looks at the pace
-constexpr std::int64_t kShortPause = 10;  // while there is no connection
-constexpr std::int64_t kRestoreEvery = 1000;
+constexpr std::int64_t kPause = 100;          // ms between two looks at the pace
+constexpr std::int64_t kShortPause = 10;      // ms while there is no connection
+constexpr std::int64_t kRestoreEvery = 1000;  // ms
 
 /// False when a signal ended it.
 bool pauseFor(std::int64_t time) {

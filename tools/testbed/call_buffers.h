@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 
 #include "host/counted_string.h"
 #include "testbed/host.h"
@@ -15,6 +16,7 @@ class CallBuffers {
   public:
     /// Calls a "Bb" entry.
     void call(const nimb_callout_row& row, const VeltoROList& arguments) {
+        if (arguments.datalength() > HostBytes::capacity) throw std::length_error("arguments");
         in_->length = static_cast<std::uint16_t>(arguments.datalength());
         std::copy_n(arguments.data(), in_->length, in_->data);
         out_->length = kUntouched;
@@ -23,7 +25,7 @@ class CallBuffers {
     }
     /// What the last call wrote.
     [[nodiscard]] Result result() const {
-        if (out_->length == kUntouched) return {};
+        if (out_->length > HostBytes::capacity) return {};
         return Result(std::vector(out_->data, out_->data + out_->length));
     }
 

@@ -72,9 +72,8 @@ bool isThere(const fs::path& file) { return fs::exists(fs::symlink_status(file))
 /// Nothing that exists is replaced without a wish.
 void requireRoom(const fs::path& certificate, const fs::path& key, const fs::path& plant) {
     const bool hasKey = isThere(key);
-    const bool hasBoth = hasKey && isThere(certificate);
-    const bool hasOne = !hasBoth && (hasKey || isThere(certificate));
-    if (hasOne || (hasBoth && lookAtAll({certificate, key})[1].isStray)) {
+    const bool hasOne = hasKey != isThere(certificate);
+    if (hasOne || (hasKey && lookAtAll({certificate, key})[1].isStray)) {
         throw BadInput((hasKey ? key : certificate).string() +
                        (hasOne ? " is there without " : " does not belong to ") +
                        (hasKey ? certificate : key).string() +

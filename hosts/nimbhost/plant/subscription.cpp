@@ -152,9 +152,7 @@ void Subscription::take(const VeltoROList& line, std::vector<Change>& out) {
 }
 
 void Subscription::tryConnection() {
-    connection_.reading([&] {
-        return connection_.call("zfReadAttribute", VeltoList() + 2258 + 0 + 0 + kValueAttribute);
-    });
+    connection_.reading([this] { connection_.tryOut(); });
 }
 
 }  // namespace nimb::nimbhost

@@ -335,7 +335,7 @@ class VeltoList : public VeltoROList {
         return integerBytes(static_cast<long long>(value));
     }
     static std::size_t significantBytes(unsigned long long bits) noexcept {
-        return (static_cast<std::size_t>(std::bit_width(bits)) + 7) / 8;
+        return (static_cast<unsigned>(std::bit_width(bits)) + 7) / 8;
     }
 
     void replaceBytes(const unsigned char* data, std::size_t length) noexcept;

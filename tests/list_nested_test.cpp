@@ -23,16 +23,19 @@ TEST(NestedListScope, WritesTheBytesOfAListBuiltApart) {
         expected += apart;
         expected += 2;
 
-        VeltoList list;
-        list += 1;
-        NestedList nested(list);
-        list.appendList(apart);
-        nested.close();
-        list += 2;
-        EXPECT_TRUE(test::hex(list) == test::hex(expected)) << payload;
-        EXPECT_EQ(list.size(), 3U);
-        EXPECT_EQ(list.at(2).AsLong(), 2);
-        EXPECT_EQ(list.at(1).datalength(), payload);
+        // Whatever length the header was chosen for.
+        for (const std::size_t announced : {std::size_t{0}, payload, std::size_t{254}, 70000UL}) {
+            VeltoList list;
+            list += 1;
+            NestedList nested(list, announced);
+            list.appendList(apart);
+            nested.close();
+            list += 2;
+            EXPECT_TRUE(test::hex(list) == test::hex(expected)) << payload << ' ' << announced;
+            EXPECT_EQ(list.size(), 3U);
+            EXPECT_EQ(list.at(2).AsLong(), 2);
+            EXPECT_EQ(list.at(1).datalength(), payload);
+        }
     }
 }
 

@@ -1,3 +1,5 @@
+#include <span>
+
 #include "convert/number_items.h"
 #include "convert/short_text.h"
 #include "convert/string_convert.h"
@@ -36,6 +38,14 @@ void writeText(const UACExport& exporter, VeltoList& list, const UA_String& text
     writeShortText(items, bytesOf(text), exporter.stringMode);
 }
 
+/// In place of an identifier that hosts have no form for.
+template <typename Items>
+[[gnu::always_inline]] inline void writeWithoutForm(Items& items, int kind, int typeIndex) {
+    items.appendItem(item_code::kBytes, 0);
+    items += kind;
+    items += typeIndex;
+}
+
 /// The identifier, the number of its kind and the index of its type. Each kind by itself, so that
 /// both numbers are written as constants.
 template <typename Items>
@@ -52,26 +62,21 @@ template <typename Items>
             items += int{UA_NODEIDTYPE_STRING};
             items += int{UA_TYPES_STRING};
             break;
+        case UA_NODEIDTYPE_GUID:
+            writeWithoutForm(items, UA_NODEIDTYPE_GUID, UA_TYPES_GUID);
+            break;
+        case UA_NODEIDTYPE_BYTESTRING:
+            writeWithoutForm(items, UA_NODEIDTYPE_BYTESTRING, UA_TYPES_BYTESTRING);
+            break;
         default:
-            items.appendItem(item_code::kBytes, 0);  // hosts have no form for these identifiers
-            items += static_cast<int>(id.identifierType);
-            items += id.identifierType == UA_NODEIDTYPE_GUID ? UA_TYPES_GUID : UA_TYPES_BYTESTRING;
+            throw unsupportedNodeId();
     }
-}
-
-bool hasKnownKind(const UA_NodeId& id) {
-    return id.identifierType == UA_NODEIDTYPE_NUMERIC ||
-           (id.identifierType >= UA_NODEIDTYPE_STRING &&
-            id.identifierType <= UA_NODEIDTYPE_BYTESTRING);
 }
 
 template <typename Items>
 [[gnu::always_inline]] inline void writeNodeIdParts(const UACExport& exporter, Items& items,
                                                     const UA_NodeId& id,
                                                     const UA_ExpandedNodeId* expanded) {
-    if (!hasKnownKind(id)) {
-        throw unsupportedNodeId();
-    }
     items += int{id.namespaceIndex};
     writeIdentifier(exporter, items, id);
     if (expanded != nullptr) {
@@ -206,14 +211,19 @@ void UACExport::UA2CL_ReferenceDescription(VeltoList* list,
     }
 }
 
+std::size_t UACExport::leastBytes(const UA_BrowseResult& result) {
+    constexpr std::size_t itemsOfReference = 28;  // those of its nested lists too
+    return itemsOfReference * ItemWriter::kHeaderBytes * result.referencesSize;
+}
+
 void UACExport::UA2CL_BrowseResult(VeltoList* list, const UA_BrowseResult* result) const {
-    NestedList nested(*list);
+    NestedList nested(*list, leastBytes(*result));
     *list += static_cast<long long>(result->statusCode);
     list->appendItem(item_code::kBytes, 0);  // the continuation point
     *list += static_cast<long long>(static_cast<UA_UInt32>(result->referencesSize));
-    NestedList references(*list);
-    for (std::size_t i = 0; i < result->referencesSize; ++i) {
-        UA2CL_ReferenceDescription(list, &result->references[i]);
+    NestedList references(*list, leastBytes(*result));
+    for (const auto& reference : std::span(result->references, result->referencesSize)) {
+        UA2CL_ReferenceDescription(list, &reference);
     }
     references.close();
     nested.close();

@@ -124,6 +124,8 @@ class UACExport {
     void UA2CL_ReferenceDescription(VeltoList* list, const UA_ReferenceDescription* rd) const;
     /// Appends one nested list. Continuation points are left empty: Compatibility C20.
     void UA2CL_BrowseResult(VeltoList* list, const UA_BrowseResult* result) const;
+    /// Bytes that UA2CL_BrowseResult appends at least.
+    [[nodiscard]] static std::size_t leastBytes(const UA_BrowseResult& result);
 
     /// Appends the raw bytes as an 8-bit string.
     static void UA2CL_ByteString(VeltoList* list, const UA_String* bytes);

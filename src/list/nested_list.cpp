@@ -4,17 +4,18 @@
 
 namespace nimb {
 
-void NestedList::widenHeader(std::size_t content) {
+void NestedList::writeHeader(std::size_t content) {
     if (content > VeltoList::kMaxContent) {
         VeltoList::throwTooLarge();
     }
-    const std::size_t growth = ItemHeader::bytesFor(content) - ItemHeader::kShortBytes;
-    parent_.ensureBuffer(parent_.length_ + growth);
-    unsigned char* item = parent_.bytes() + start_;
-    unsigned char* typeByte = item + ItemHeader::kShortBytes;
-    std::memmove(typeByte + growth, typeByte, content);
-    VeltoList::writeHeader(item, content);
-    parent_.length_ += growth;
+    const std::size_t needed = ItemHeader::bytesFor(content);
+    if (needed != headerBytes_) {
+        parent_.ensureBuffer(start_ + needed + content);
+        unsigned char* item = parent_.bytes() + start_;
+        std::memmove(item + needed, item + headerBytes_, content);
+        parent_.length_ = start_ + needed + content;
+    }
+    VeltoList::writeHeader(parent_.bytes() + start_, content);
 }
 
 }  // namespace nimb

@@ -20,9 +20,15 @@ namespace nimb {
 class NestedList {
   public:
     /// Opens an 8-bit item at the parent's end. Throws std::bad_alloc.
-    explicit NestedList(VeltoList& parent)
-        : parent_(parent), start_(parent.length_), itemCount_(parent.itemCount_) {
-        parent.appendItem(item_code::kBytes, 0);
+    /// @param expected  fewest bytes that will be written inside. They choose the width of the
+    ///                  header; where it turns out to be another, all that is inside is moved
+    explicit NestedList(VeltoList& parent, std::size_t expected = 0)
+        : parent_(parent),
+          start_(parent.length_),
+          itemCount_(parent.itemCount_),
+          headerBytes_(ItemHeader::bytesFor(expected + 1)) {
+        parent.appendItem(item_code::kBytes, expected);
+        parent.length_ -= expected;
     }
 
     NestedList(const NestedList&) = delete;
@@ -38,18 +44,19 @@ class NestedList {
     /// were counted as the parent's own until now; from here they are one. Throws std::bad_alloc
     /// when a wider header finds no room; the scope then stays open.
     void close() {
-        const std::size_t content = parent_.length_ - start_ - ItemHeader::kShortBytes;
-        if (content < ItemHeader::kShortLimit) [[likely]] {
+        const std::size_t content = parent_.length_ - start_ - headerBytes_;
+        if (headerBytes_ == ItemHeader::kShortBytes && content < ItemHeader::kShortLimit)
+            [[likely]] {
             parent_.bytes()[start_] = static_cast<unsigned char>(content + 1);
         } else {
-            widenHeader(content);
+            writeHeader(content);
         }
         restore(parent_.length_, 1);
         open_ = false;
     }
 
   private:
-    void widenHeader(std::size_t content);
+    void writeHeader(std::size_t content);
 
     /// Sets length and count as if `items` items had been appended since the beginning. The cursor
     /// is counted from them.
@@ -61,6 +68,7 @@ class NestedList {
     VeltoList& parent_;
     const std::size_t start_;
     const std::uint64_t itemCount_;
+    const std::size_t headerBytes_;  ///< that were left for it
     bool open_ = true;
 };
 

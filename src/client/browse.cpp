@@ -1,6 +1,6 @@
 #include <chrono>
-#include <new>
 #include <optional>
+#include <vector>
 
 #include "client/node_id_array.h"
 #include "client/opcua_client.h"
@@ -15,20 +15,15 @@ namespace {
 /// Reference type, direction, node class, browse name, display name and type definition.
 constexpr UA_UInt32 kAllReferenceFields = 0x3F;
 
-/// Forward references of all types to nodes of all classes; the server chooses the page size.
-void fillRequest(const NodeIdArray& ids, UA_BrowseRequest& request) {
-    void* nodes = UA_Array_new(ids.size(), &UA_TYPES[UA_TYPES_BROWSEDESCRIPTION]);
-    if (nodes == nullptr) {
-        throw std::bad_alloc();
-    }
-    request.nodesToBrowse = static_cast<UA_BrowseDescription*>(nodes);
-    request.nodesToBrowseSize = ids.size();
+/// Forward references of all types to nodes of all classes; the server chooses the page size. The
+/// descriptions borrow the node ids.
+std::vector<UA_BrowseDescription> descriptionsOf(const NodeIdArray& ids) {
+    std::vector<UA_BrowseDescription> descriptions(ids.size());
     for (std::size_t i = 0; i < ids.size(); ++i) {
-        request.nodesToBrowse[i].resultMask = kAllReferenceFields;
-        if (UA_NodeId_copy(&ids[i], &request.nodesToBrowse[i].nodeId) != UA_STATUSCODE_GOOD) {
-            throw std::bad_alloc();
-        }
+        descriptions[i].nodeId = ids[i];
+        descriptions[i].resultMask = kAllReferenceFields;
     }
+    return descriptions;
 }
 
 std::optional<std::size_t> firstBadNode(const UA_BrowseResponse& response) {
@@ -49,6 +44,14 @@ void appendContinuationPoints(VeltoList* out, const UACExport& exporter,
     points.close();
 }
 
+std::size_t leastBytes(const UA_BrowseResponse& response) {
+    std::size_t sum = 0;
+    for (std::size_t i = 0; i < response.resultsSize; ++i) {
+        sum += UACExport::leastBytes(response.results[i]);
+    }
+    return sum;
+}
+
 UACErr conversionFailed(UA_StatusCode firstBad) {
     if (firstBad == UA_STATUSCODE_GOOD) {
         return UACErr::unknown("Unknown error encountered handling browse request");
@@ -65,7 +68,7 @@ UACErr appendResults(VeltoList* out, const UA_BrowseResponse& response) {
     try {
         exporter.addToVeltoListB(out, UA_TYPES_STATUSCODE, &badStatus);
         appendContinuationPoints(out, exporter, response);
-        NestedList results(*out);
+        NestedList results(*out, leastBytes(response));
         for (; i < response.resultsSize; ++i) {
             exporter.addToVeltoListB(out, kBrowseResultIndex, &response.results[i]);
         }
@@ -86,13 +89,15 @@ UACErr OpcuaClient::browse(VeltoList* out, const NodeIdArray& ids) {
     if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
-    OwnedBrowseRequest request;
-    fillRequest(ids, *request);
+    std::vector<UA_BrowseDescription> descriptions = descriptionsOf(ids);
+    UA_BrowseRequest request{};
+    request.nodesToBrowse = descriptions.data();
+    request.nodesToBrowseSize = descriptions.size();
     OwnedBrowseResponse response;
     const auto begin = std::chrono::steady_clock::now();
     // A failed call is one without results: Compatibility C14.
-    callService(request.get(), request.type(), response.get(), response.type());
-    releaseContinuationPoints(*response, std::chrono::steady_clock::now() - begin);
+    callService(&request, &UA_TYPES[UA_TYPES_BROWSEREQUEST], response.get(), response.type());
+    releaseContinuationPoints(*response, begin);
     return appendResults(out, *response);
 }
 

@@ -29,15 +29,18 @@ class RemainingTimeout {
 }  // namespace
 
 void OpcuaClient::releaseContinuationPoints(const UA_BrowseResponse& response,
-                                            std::chrono::steady_clock::duration spent) {
+                                            std::chrono::steady_clock::time_point begin) {
     std::vector<UA_ByteString> points;  // borrowed from the response
     for (std::size_t i = 0; i < response.resultsSize; ++i) {
         if (response.results[i].continuationPoint.length != 0) {
             points.push_back(response.results[i].continuationPoint);
         }
     }
-    const RemainingTimeout remaining(client_.get(), spent);
-    if (points.empty() || !remaining.any()) {
+    if (points.empty()) {
+        return;
+    }
+    const RemainingTimeout remaining(client_.get(), std::chrono::steady_clock::now() - begin);
+    if (!remaining.any()) {
         return;
     }
     UA_BrowseNextRequest request{};

@@ -185,9 +185,10 @@ class OpcuaClient {
 
     /// Servers keep few continuation points a session and hosts cannot use them. Whether the server
     /// grants it changes nothing for the host.
-    /// @param spent  how much of the timeout the answer has taken; the rest bounds this call
+    /// @param begin  when the request was sent; what its answer left of the timeout bounds this
+    /// call
     void releaseContinuationPoints(const UA_BrowseResponse& response,
-                                   std::chrono::steady_clock::duration spent);
+                                   std::chrono::steady_clock::time_point begin);
 
     /// The steps that all polls share, up to a response with one result a node.
     UACErr sendBulkRead(long queryHandle, const BulkReadTexts& texts, OwnedReadResponse& response);

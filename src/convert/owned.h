@@ -56,7 +56,6 @@ using OwnedDataValue = Owned<UA_DataValue, UA_TYPES_DATAVALUE>;
 using OwnedVariant = Owned<UA_Variant, UA_TYPES_VARIANT>;
 using OwnedReadRequest = Owned<UA_ReadRequest, UA_TYPES_READREQUEST>;
 using OwnedReadResponse = Owned<UA_ReadResponse, UA_TYPES_READRESPONSE>;
-using OwnedBrowseRequest = Owned<UA_BrowseRequest, UA_TYPES_BROWSEREQUEST>;
 using OwnedBrowseResponse = Owned<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
 using OwnedBrowseNextResponse = Owned<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
 

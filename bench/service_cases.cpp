@@ -221,7 +221,7 @@ void addServiceCases(std::vector<Case>& cases) {
     cases.push_back({"write of one node", Unit::ratio, 1.03, single, prepared<SingleWrite>()});
     addPolls(cases, 10, {1.05, 1.05, 1.05});
     addPolls(cases, 100, {1.08, 1.06, 1.09});
-    addPolls(cases, 200, {1.12, 1.08, 1.13});
+    addPolls(cases, 200, {1.08, 1.06, 1.10});
     cases.push_back(
         {"poll C of 200 mixed types", Unit::ratio, 1.13, many, [](const Setting& setting) {
              return pollContest(setting, "zfReadBulkPollC", Mix::mixed, 200);
@@ -230,7 +230,7 @@ void addServiceCases(std::vector<Case>& cases) {
                      [](const Setting& setting) {
                          return pollContest(setting, "zfReadBulkPollC", Mix::texts, 150);
                      }});
-    cases.push_back({"browse of 100 references", Unit::ratio, 1.20, many, prepared<Browse>()});
+    cases.push_back({"browse of 100 references", Unit::ratio, 1.12, many, prepared<Browse>()});
 }
 
 }  // namespace nimb::bench

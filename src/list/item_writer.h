@@ -7,6 +7,7 @@
 #include <cstring>
 #include <span>
 
+#include "list/integer_bytes.h"
 #include "list/velto_list.h"
 
 namespace nimb {
@@ -48,12 +49,10 @@ class ItemWriter {
     }
 
     [[gnu::always_inline]] ItemWriter& operator+=(int value) {
-        return value < 0 ? integer(value, VeltoList::negIntBytes(value))
-                         : integer(value, VeltoList::posBytes(value));
+        return integer(value, integerBytes(value));
     }
     [[gnu::always_inline]] ItemWriter& operator+=(long long value) {
-        return value < 0 ? integer(value, VeltoList::negLongBytes(value))
-                         : integer(value, VeltoList::posBytes(value));
+        return integer(value, integerBytes(value));
     }
 
     [[gnu::always_inline]] void appendIEEE64(double value) {

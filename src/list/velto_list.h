@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "list/integer_bytes.h"
 #include "list/ro_list.h"
 
 namespace nimb {
@@ -310,33 +311,6 @@ class VeltoList : public VeltoROList {
                              long long mantissa, std::size_t count);
     /// An integer item for exponent 0, otherwise a decimal item.
     std::size_t stuffNumber(std::size_t position, long exponent, long long mantissa);
-
-    /// Fewest bytes of a non-negative value; none for 0 and below.
-    static std::size_t posBytes(long long value) noexcept {
-        return value <= 0 ? 0 : significantBytes(static_cast<unsigned long long>(value));
-    }
-    /// Bytes of a negative value once its leading 0xFF bytes are dropped; none from -1 on.
-    static std::size_t negIntBytes(long long value) noexcept {
-        return value >= -1 ? 0 : significantBytes(~static_cast<unsigned long long>(value));
-    }
-    /// As negIntBytes, but 4 bytes already below -2^20 where 3 would do down to -2^24. Both forms
-    /// decode alike: Compatibility C2.
-    static std::size_t negLongBytes(long long value) noexcept {
-        return value < -0x100000 && value >= -0x1000000 ? 4 : negIntBytes(value);
-    }
-    /// Payload bytes of the item that operator+= makes of an integer.
-    static std::size_t integerBytes(int value) noexcept {
-        return value < 0 ? negIntBytes(value) : posBytes(value);
-    }
-    static std::size_t integerBytes(long long value) noexcept {
-        return value < 0 ? negLongBytes(value) : posBytes(value);
-    }
-    static std::size_t integerBytes(long value) noexcept {
-        return integerBytes(static_cast<long long>(value));
-    }
-    static std::size_t significantBytes(unsigned long long bits) noexcept {
-        return (static_cast<unsigned>(std::bit_width(bits)) + 7) / 8;
-    }
 
     void replaceBytes(const unsigned char* data, std::size_t length) noexcept;
     std::size_t offsetOf(VeltoListIterator where) const;

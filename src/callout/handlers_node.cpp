@@ -33,9 +33,9 @@ UACErr writeItem(OpcuaClient& client, const VeltoListItem& item, long type, cons
 }
 
 UACErr decodeNodeId(UA_NodeId* id, const Arguments& arguments, std::size_t typeItem) {
-    const VeltoROList& list = arguments.list();
     if (arguments.holds(typeItem + 1) &&
-        OpcuaStatic::getNodeId(id, &list, typeItem, &list, typeItem - 1, &list, typeItem - 2)) {
+        OpcuaStatic::getNodeId(id, arguments[typeItem], arguments[typeItem - 1],
+                               arguments[typeItem - 2])) {
         return {};
     }
     return {UACERR_APPLICATION, APPERR_BAD_NODE_ID, "NodeId error"};

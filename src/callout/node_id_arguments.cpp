@@ -19,16 +19,11 @@ long numericIdentifier(const VeltoListItem& item) {
 
 }  // namespace
 
-bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::size_t typeItem,
-                            const VeltoROList* nsList, std::size_t nsItem,
-                            const VeltoROList* idList, std::size_t idItem) {
+bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoListItem& type, const VeltoListItem& index,
+                            const VeltoListItem& identifier) {
     try {
-        // Taken in ascending order, in which a list is walked fastest.
-        const VeltoListItem identifier = idList->at(idItem);
-        const VeltoListItem index = nsList->at(nsItem);
-        const long type = typeList->at(typeItem).AsLong();
         const long namespaceIndex = index.AsLong();
-        switch (type) {
+        switch (type.AsLong()) {
             case UA_NODEIDTYPE_NUMERIC:
                 setNumericNodeId(*out, namespaceIndex, numericIdentifier(identifier));
                 return true;
@@ -38,6 +33,19 @@ bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::si
             default:
                 return false;
         }
+    } catch (...) {
+        return false;
+    }
+}
+
+bool OpcuaStatic::getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::size_t typeItem,
+                            const VeltoROList* nsList, std::size_t nsItem,
+                            const VeltoROList* idList, std::size_t idItem) {
+    try {
+        // Taken in ascending order, in which a list is walked fastest.
+        const VeltoListItem identifier = idList->at(idItem);
+        const VeltoListItem index = nsList->at(nsItem);
+        return getNodeId(out, typeList->at(typeItem), index, identifier);
     } catch (...) {
         return false;
     }

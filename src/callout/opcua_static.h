@@ -77,9 +77,13 @@ class OpcuaStatic {
     /// @}
 
     /// Decodes a node id from three items: identifier type (0 numeric, 3 string), namespace index,
-    /// identifier. The lists may be one and the same.
+    /// identifier.
     /// @param out  null node id; on success the caller owns its identifier, else it is untouched
-    /// @return false for another identifier type and for an item that is missing or unreadable
+    /// @return false for another identifier type and for an item that is unreadable
+    static bool getNodeId(UA_NodeId* out, const VeltoListItem& type, const VeltoListItem& index,
+                          const VeltoListItem& identifier);
+    /// The same from items of three lists, which may be one and the same.
+    /// @return false also for an item that is missing
     static bool getNodeId(UA_NodeId* out, const VeltoROList* typeList, std::size_t typeItem,
                           const VeltoROList* nsList, std::size_t nsItem, const VeltoROList* idList,
                           std::size_t idItem);

@@ -39,7 +39,7 @@ WriteForm writeFormOf(long type) {
     return type == UA_TYPES_STRING ? WriteForm::text : WriteForm::refused;
 }
 
-UACErr OpcuaClient::readValueAttribute(UA_DataValue* out, const UA_NodeId& id) {
+UACErr OpcuaClient::sendRead(const UA_NodeId& id, OwnedReadResponse& response) {
     if (UACErr error = prepareService(); error.isError()) {
         return error;
     }
@@ -50,24 +50,29 @@ UACErr OpcuaClient::readValueAttribute(UA_DataValue* out, const UA_NodeId& id) {
     request.timestampsToReturn = UA_TIMESTAMPSTORETURN_BOTH;
     request.nodesToRead = &node;
     request.nodesToReadSize = 1;
-    OwnedReadResponse response;
     callService(&request, &UA_TYPES[UA_TYPES_READREQUEST], response.get(), response.type());
     UA_StatusCode status = response->responseHeader.serviceResult;
     if (status == UA_STATUSCODE_GOOD && response->resultsSize != 1) {
         status = UA_STATUSCODE_BADUNKNOWNRESPONSE;
     }
-    if (status != UA_STATUSCODE_GOOD) {
-        return taggedStatus(status, kReadFailed);
+    return taggedStatus(status, kReadFailed);
+}
+
+UACErr OpcuaClient::readValueAttribute(UA_DataValue* out, const UA_NodeId& id) {
+    OwnedReadResponse response;
+    UACErr error = sendRead(id, response);
+    if (!error.isError()) {
+        *out = std::exchange(response->results[0], UA_DataValue{});
     }
-    *out = std::exchange(response->results[0], UA_DataValue{});
-    return {};
+    return error;
 }
 
 UACErr OpcuaClient::readValueAttribute(VeltoList* out, const UA_NodeId& id) {
-    OwnedDataValue value;
-    UACErr error = readValueAttribute(value.get(), id);
+    OwnedReadResponse response;
+    UACErr error = sendRead(id, response);
     if (!error.isError()) {
-        resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES).UA2CL_DataValue(out, value.get());
+        const UACExport exporter = resultExporter(VARIANT_SCALAR, DATA_VALUE_WITH_TIMES);
+        exporter.UA2CL_DataValue(out, &response->results[0]);
     }
     return error;
 }

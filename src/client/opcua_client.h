@@ -185,11 +185,12 @@ class OpcuaClient {
 
     /// Servers keep few continuation points a session and hosts cannot use them. Whether the server
     /// grants it changes nothing for the host.
-    /// @param begin  when the request was sent; what its answer left of the timeout bounds this
-    /// call
+    /// @param begin  when the request was sent; this call has what is left of its timeout
     void releaseContinuationPoints(const UA_BrowseResponse& response,
                                    std::chrono::steady_clock::time_point begin);
 
+    /// The one Read of a Value attribute, up to a response with its result.
+    UACErr sendRead(const UA_NodeId& id, OwnedReadResponse& response);
     /// The steps that all polls share, up to a response with one result a node.
     UACErr sendBulkRead(long queryHandle, const BulkReadTexts& texts, OwnedReadResponse& response);
 

@@ -105,7 +105,7 @@ UACErr Subscription::addItems(const UA_CreateMonitoredItemsResponse& response, s
     if (results == 0) {
         return unexpectedLength(results, count);
     }
-    items_.reserve(results);  // items must not move: notifications point to them
+    items_.reserve(results);
     const UA_MonitoredItemCreateResult* firstBad = nullptr;
     std::size_t failures = 0;
     for (std::size_t i = 0; i < results; ++i) {
@@ -148,7 +148,7 @@ MonitoredItem& Subscription::addItem(std::uint32_t monitoredItemId, std::size_t 
     }
     MonitoredItem& item = items_.emplace_back(monitoredItemId, index);
     try {
-        positionsById_.emplace(monitoredItemId, position);
+        positionsById_.emplace(monitoredItemId, static_cast<std::uint32_t>(position));
         return item;
     } catch (const std::bad_alloc&) {
         items_.pop_back();

@@ -2,31 +2,17 @@
 
 namespace nimb {
 
-VeltoList& NotificationQueue::nextValue() {
-    if (blocks_.empty() || blocks_.back().full()) {
-        blocks_.emplace_back();
-        if (size_ == 0) {
-            steppedOver_ = blocks_.size() - 1;
-            frontBlock_ = &blocks_.back();
-            front_ = 0;
-        }
+void NotificationQueue::addBlock() {
+    lastBlock_ = &blocks_.emplace_back();
+    if (size_ == 0) {
+        steppedOver_ = blocks_.size() - 1;
+        frontBlock_ = lastBlock_;
+        front_ = 0;
     }
-    return blocks_.back().bytes;
 }
 
-ItemNotification& NotificationQueue::push(std::size_t begin, const ItemNotification& change) {
-    Block& block = blocks_.back();
-    ItemNotification& queued = block.changes.emplace_back(change);
-    queued.begin = begin;
-    queued.length = block.bytes.datalength() - begin;
-    ++size_;
-    return queued;
-}
-
-void NotificationQueue::pop() {
-    ++front_;
-    --size_;
-    if (front_ == frontBlock_->changes.size() && steppedOver_ + 1 < blocks_.size()) {
+void NotificationQueue::stepIntoNextBlock() {
+    if (frontBlock_ != lastBlock_) {
         frontBlock_ = &blocks_[++steppedOver_];
         front_ = 0;
     }

@@ -18,20 +18,37 @@ class NotificationQueue {
     [[nodiscard]] bool empty() const { return size_ == 0; }
     [[nodiscard]] std::size_t size() const { return size_; }
     /// The oldest change. Only while the queue is not empty.
-    [[nodiscard]] ItemNotification& front() { return frontBlock_->changes[front_]; }
+    [[nodiscard]] const ItemNotification& front() const { return frontBlock_->changes[front_]; }
     /// The items of the oldest change's value.
-    [[nodiscard]] std::span<const unsigned char> frontValue() {
+    [[nodiscard]] std::span<const unsigned char> frontValue() const {
         return {frontBlock_->bytes.data() + front().begin, front().length};
     }
 
-    /// Where the value of the next change is to be written, at the end. Throws std::bad_alloc.
-    VeltoList& nextValue();
-    /// Appends a change whose value begins at `begin` of nextValue() and ends at its end.
-    /// Throws std::bad_alloc; the change is not queued then.
-    ItemNotification& push(std::size_t begin, const ItemNotification& change);
+    /// Appends a change.
+    /// @param change  without its value
+    /// @param write   writes the items of its value at the end of the list that it is called with;
+    ///                returns whether they can reach the host
+    /// @throws std::bad_alloc, and what `write` throws; the change is not queued then
+    template <typename Write>
+    void push(const ItemNotification& change, const Write& write) {
+        Block& block = blockWithRoom();
+        const std::size_t begin = block.bytes.datalength();
+        const bool written = write(block.bytes);
+        ItemNotification& queued = block.changes.emplace_back(change);
+        queued.begin = static_cast<std::uint32_t>(begin);
+        queued.length = static_cast<std::uint32_t>(block.bytes.datalength() - begin);
+        queued.failed = !written;
+        ++size_;
+    }
 
     /// Steps over the front, which stays where it is until release().
-    void pop();
+    void pop() {
+        ++front_;
+        --size_;
+        if (front_ == frontBlock_->changes.size()) {
+            stepIntoNextBlock();
+        }
+    }
     /// Gives back the memory of what was stepped over.
     void release();
 
@@ -57,11 +74,21 @@ class NotificationQueue {
     static constexpr std::size_t kBlockChanges = 256;
     static constexpr std::size_t kBlockBytes = std::size_t{64} << 10;
 
+    Block& blockWithRoom() {
+        if (lastBlock_ == nullptr || lastBlock_->full()) {
+            addBlock();
+        }
+        return *lastBlock_;
+    }
+    void addBlock();
+    void stepIntoNextBlock();
+
     std::deque<Block> blocks_;
     std::size_t steppedOver_ = 0;  ///< blocks before the front one
-    /// The block at steppedOver_, once there is one: to look it up at each step takes 23
-    /// instructions a change, of some 1,600.
+    /// The block at steppedOver_ and the last one, once there is one: to look them up for each
+    /// change takes 45 instructions, of some 1,600.
     Block* frontBlock_ = nullptr;
+    Block* lastBlock_ = nullptr;
     std::size_t front_ = 0;  ///< in the front block
     std::size_t size_ = 0;
 };

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <utility>
 
+#include "list/nested_list.h"
 #include "subscription/subscription.h"
 
 namespace nimb {
@@ -9,9 +9,6 @@ namespace {
 
 /// Most bytes of an item in a line, beside those of its value: header, two times and the status.
 constexpr std::size_t kItemRoom = 160;
-
-/// A longer line does not reach the host anyway.
-constexpr std::size_t kKeptCapacity = std::size_t{128} << 10;
 
 }  // namespace
 
@@ -24,69 +21,86 @@ int Subscription::getNewOutputLines(VeltoList* out, int maxLines, int maxPerLine
 }
 
 int Subscription::getNextOutputLine(VeltoList* out, int maxPerLine) {
-    std::size_t left =
+    const std::size_t most =
         std::min(static_cast<std::size_t>(std::max(maxPerLine, 0)), notificationQueue_.size());
-    if (left == 0 || !notificationQueue_.front().processed) {
+    if (most == 0 || !notificationQueue_.front().processed) {
         return 0;
     }
-    seen_.assign(items_.size() + 1, false);
-    while (left > 0 && notificationQueue_.front().processed && takeInFront()) {
-        --left;
-    }
-    writeLine();
-    *out += line_;
+    takeIn(most);
+    writeLine(*out);
+    notificationQueue_.release();
     return 1;
+}
+
+void Subscription::takeIn(std::size_t most) {
+    for (; most > 0 && notificationQueue_.front().processed; --most) {
+        if (!takeInFront()) {
+            return;
+        }
+    }
 }
 
 /// Takes the front notification into the line; false when its item is in the line already. A
 /// notification with an error, or of an item that is not known, is used up without effect.
 bool Subscription::takeInFront() {
     const ItemNotification& front = notificationQueue_.front();
-    if (MonitoredItem* item = front.item) {
-        const auto index = static_cast<std::size_t>(item->index());
-        if (seen_.at(index)) {
+    if (front.position != ItemNotification::kNoItem) {
+        MonitoredItem& item = items_[front.position];
+        if (item.seen) {
             return false;
         }
         if (!front.failed) {
-            item->set(front, notificationQueue_.frontValue());
-            seen_[index] = true;
+            item.set(front, notificationQueue_.frontValue());
+            item.seen = true;
+            lineRoom_ += kItemRoom + front.length;
         }
     }
     notificationQueue_.pop();
     return true;
 }
 
-/// What did not change is copied from the line before. The room is made beforehand, so that a line
-/// is written whole or not at all.
-void Subscription::writeLine() {
-    std::size_t room = kItemRoom;
-    for (const MonitoredItem& item : items_) {
-        room += item.changed ? kItemRoom + item.value.size() : std::max(item.lineLength, kItemRoom);
+/// What did not change is copied from the line before, run by run. The room is made beforehand, so
+/// that a line is written whole or not at all.
+void Subscription::writeLine(VeltoList& out) {
+    if (line_.empty()) {
+        lineRoom_ += kItemRoom * (items_.size() + 1);
     }
-    nextLine_.Reset();
-    nextLine_.ensureBuffer(room);
-    nextLine_.stuffAscii(0, nullptr, 0);  // Compatibility C24
+    const std::size_t room = line_.datalength() + lineRoom_;
+    line_.ensureBuffer(room);
+    out.ensureBuffer(out.datalength() + ItemHeader::kLongBytes + room);
+    NestedList nested(out, room);
+    const std::size_t begin = out.datalength();
+    out.stuffAscii(begin, nullptr, 0);          // Compatibility C24
+    std::size_t at = out.datalength() - begin;  // in the line before
+    std::size_t unchanged = at;
     for (MonitoredItem& item : items_) {
-        const std::size_t begin = nextLine_.datalength();
-        if (item.changed) {
-            const ItemNotification& last = item.last();
-            exportOptions_.addNestedDataValue(&nextLine_, last.sourceTimestamp,
-                                              last.serverTimestamp, last.status, item.value);
-        } else if (item.lineLength != 0) {
-            nextLine_.appendList({line_.data() + item.lineBegin, item.lineLength});
-        } else {
-            exportOptions_.addNestedDataValue(&nextLine_, UA_DataValue{});
+        const std::size_t next = at + item.lineLength;
+        if (item.changed || item.lineLength == 0) {
+            if (at != unchanged) {
+                out.appendList({line_.data() + unchanged, at - unchanged});
+            }
+            item.lineLength = writeItem(out, item);
+            unchanged = next;
         }
-        item.lineBegin = begin;
-        item.lineLength = nextLine_.datalength() - begin;
         item.changed = false;
-        item.value = {};
+        item.seen = false;
+        at = next;
     }
-    std::swap(line_, nextLine_);
-    if (nextLine_.capacity() > kKeptCapacity) {
-        nextLine_.clear();
+    out.appendList({line_.data() + unchanged, at - unchanged});
+    line_.setList(out.data() + begin, out.datalength() - begin);
+    lineRoom_ = 0;
+    nested.close();
+}
+
+std::uint32_t Subscription::writeItem(VeltoList& out, const MonitoredItem& item) const {
+    const std::size_t begin = out.datalength();
+    if (item.changed) {
+        exportOptions_.addNestedDataValue(&out, item.times().source, item.times().server,
+                                          item.status(), item.value());
+    } else {
+        exportOptions_.addNestedDataValue(&out, UA_DataValue{});
     }
-    notificationQueue_.release();
+    return static_cast<std::uint32_t>(out.datalength() - begin);
 }
 
 }  // namespace nimb

@@ -52,13 +52,18 @@ void appendStatistics(VeltoList& out, int maxQueueSize, std::initializer_list<Qu
     items.commit(1);
 }
 
-/// Appends the count of the lines and the lines.
+/// Appends the count of the lines and the lines. The count is written first as it mostly turns out,
+/// so that the lines need not be moved.
 int appendLines(VeltoList& out, Subscription& subscription, int maxLines) {
+    const int expected = subscription.getQueueSize() == 0 ? 0 : 1;
     const std::size_t begin = out.datalength();
-    NestedList lines(out);
+    out += expected;
+    NestedList lines(out, expected == 0 ? 0 : subscription.lineLength());
     const int count = subscription.getNewOutputLines(&out, maxLines, kMaxPerLine);
     lines.close();
-    out.stuff(begin, count);
+    if (count != expected) {
+        out.insert(out.erase({out.data() + begin, &out}), count);
+    }
     return count;
 }
 

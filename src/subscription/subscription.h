@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "subscription/item_notification.h"
 #include "subscription/monitored_item.h"
 #include "subscription/notification_queue.h"
+#include "subscription/queue_mutex.h"
 #include "subscription/subscription_request.h"
 
 namespace nimb {
@@ -62,10 +62,12 @@ class Subscription {
     /// @param maxPerLine  most notifications folded into one line
     /// @return number of lines
     int getNewOutputLines(VeltoList* out, int maxLines, int maxPerLine);
-    /// Appends the items of one line: an empty string, then the latest value of every item in
+    /// Appends one line as a nested list: an empty string, then the latest value of every item in
     /// index order. A line takes in a run of notifications that touch each item at most once.
     /// @return 1, or 0 when there was nothing to take in
     int getNextOutputLine(VeltoList* out, int maxPerLine);
+    /// Bytes of the last line.
+    [[nodiscard]] std::size_t lineLength() const { return line_.datalength(); }
 
     /// What the stack reports.
     void serverStatusChanged(UA_StatusCode status);
@@ -116,24 +118,28 @@ class Subscription {
     MonitoredItem& addItem(std::uint32_t monitoredItemId, std::size_t position, std::size_t results,
                            std::size_t count);
     [[nodiscard]] bool full() const;
-    UACErr convert(VeltoList& out, const UA_DataValue& value) const;
+    bool convert(VeltoList& out, const UA_Variant& value, MonitoredItem* item) const;
     void countLoss(std::uint32_t monitoredItemId);
-    /// Finds the notification's item, which remembers the status and the outcome of the conversion.
-    void process(ItemNotification& notification, const UACErr& outcome) noexcept;
     void processWaiting();
+    [[nodiscard]] std::uint32_t positionOf(std::uint32_t monitoredItemId);
+    [[nodiscard]] MonitoredItem* itemAt(std::uint32_t position) {
+        return position == ItemNotification::kNoItem ? nullptr : &items_[position];
+    }
+    void takeIn(std::size_t most);
     bool takeInFront();
-    void writeLine();
+    void writeLine(VeltoList& out);
+    std::uint32_t writeItem(VeltoList& out, const MonitoredItem& item) const;
     [[nodiscard]] double silenceBound() const;
 
     std::uint32_t subscriptionId_ = 0;
     OpcuaClient* client_;
     std::vector<MonitoredItem> items_;  ///< index 1 first; stays where it is once it is filled
-    std::map<std::uint32_t, std::size_t> positionsById_;  ///< in items_
-    std::size_t lastFound_ = 0;                           ///< position in items_
+    std::map<std::uint32_t, std::uint32_t> positionsById_;  ///< in items_
+    std::uint32_t lastFound_ = 0;                           ///< position in items_
     NotificationQueue notificationQueue_;
     /// Taken around every push. Nothing contends for it: polls take from the queue without it, on
     /// the host's thread, on which the stack's callbacks run too.
-    std::mutex queueMutex_;
+    QueueMutex queueMutex_;
     int maxQueueSize_;
     std::uint32_t unknownItemLossCount_ = 0;
     std::uint32_t queueLossCount_ = 0;
@@ -150,8 +156,7 @@ class Subscription {
     std::uint32_t question_ = 0;     ///< the stack's id of the request that asks
     std::int64_t askedAgainAt_ = 0;  ///< not before
     VeltoList line_;                 ///< the last one, from which the next copies
-    VeltoList nextLine_;
-    std::vector<bool> seen_;  ///< by item index: in the line that is being taken in
+    std::size_t lineRoom_ = 0;       ///< most bytes that the next one needs beyond the last one's
 };
 
 }  // namespace nimb

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <initializer_list>
+#include <mutex>
 
 #include "client/clock.h"
 #include "client/opcua_client.h"
@@ -25,79 +25,87 @@ void Subscription::countLoss(std::uint32_t monitoredItemId) {
     }
 }
 
-UACErr Subscription::convert(VeltoList& out, const UA_DataValue& value) const {
+/// Appends the items of a value that waits in the queue. Only one that has no form for hosts makes
+/// an error, which its item remembers, if that is known.
+/// @return whether the value has a form
+bool Subscription::convert(VeltoList& out, const UA_Variant& value, MonitoredItem* item) const {
     try {
-        exportOptions_.addValue(&out, value.value);
-        return {};
+        exportOptions_.addValue(&out, value);
     } catch (const UACErr& raised) {
-        return raised;
+        if (item != nullptr) {
+            item->noteError(raised);
+        }
+        return false;
     }
+    if (item != nullptr) {
+        item->clearError();
+    }
+    return true;
 }
 
 void Subscription::queue(const UA_DataValue& value, std::uint32_t monitoredItemId) {
-    const std::lock_guard<std::mutex> lock(queueMutex_);
+    const std::lock_guard<QueueMutex> lock(queueMutex_);
     client_->noteReport();
     lastChange_ = milliseconds(CLOCK_MONOTONIC_COARSE);
     if (full()) {
         countLoss(monitoredItemId);
         return;
     }
-    VeltoList& bytes = notificationQueue_.nextValue();
-    const std::size_t begin = bytes.datalength();
-    const UACErr outcome = convert(bytes, value);
-    ItemNotification& queued =
-        notificationQueue_.push(begin, {.sourceTimestamp = value.sourceTimestamp,
-                                        .serverTimestamp = value.serverTimestamp,
-                                        .monitoredItemId = monitoredItemId,
-                                        .status = value.status,
-                                        .failed = outcome.isError()});
-    if (itemsKnown_) {
-        process(queued, outcome);
+    const std::uint32_t position =
+        itemsKnown_ ? positionOf(monitoredItemId) : ItemNotification::kNoItem;
+    MonitoredItem* item = itemAt(position);
+    notificationQueue_.push({.times = {value.sourceTimestamp, value.serverTimestamp},
+                             .monitoredItemId = monitoredItemId,
+                             .position = position,
+                             .status = value.status,
+                             .processed = itemsKnown_},
+                            [&](VeltoList& items) { return convert(items, value.value, item); });
+    if (item != nullptr) {
+        item->lastStatus = value.status;
     }
 }
 
-void Subscription::process(ItemNotification& notification, const UACErr& outcome) noexcept {
-    notification.processed = true;
-    notification.item = itemById(notification.monitoredItemId);
-    if (notification.item == nullptr) {
-        return;
-    }
-    notification.item->lastStatus = notification.status;
-    try {
-        notification.item->setError(outcome);
-    } catch (...) {
-        // Memory is exhausted: the item keeps the error before.
-    }
-}
-
+/// What came before the items were known is given to them.
 void Subscription::processWaiting() {
     itemsKnown_ = true;
     notificationQueue_.forEach([this](ItemNotification& waiting) {
-        if (!waiting.processed) {
-            const UACErr outcome =
-                waiting.failed ? UACErr::unknown("Item notification processing error (id=%d)",
-                                                 static_cast<int>(waiting.monitoredItemId))
-                               : UACErr();
-            process(waiting, outcome);
+        if (waiting.processed) {
+            return;
+        }
+        waiting.processed = true;
+        waiting.position = positionOf(waiting.monitoredItemId);
+        if (MonitoredItem* item = itemAt(waiting.position)) {
+            item->lastStatus = waiting.status;
+            item->clearError();
+            if (waiting.failed) {
+                item->noteError(UACErr::unknown("Item notification processing error (id=%d)",
+                                                static_cast<int>(waiting.monitoredItemId)));
+            }
         }
     });
 }
 
 /// Servers report the items in the order of their creation or, as open62541 1.4 does, in the
 /// reverse one: before the map, the neighbours of the item found last are asked.
-MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) {
-    for (const std::size_t position : {lastFound_ + 1, lastFound_ - 1}) {
-        if (position < items_.size() && items_[position].id() == monitoredItemId) {
-            lastFound_ = position;
-            return &items_[position];
-        }
+std::uint32_t Subscription::positionOf(std::uint32_t monitoredItemId) {
+    const auto isAt = [&](std::uint32_t position) {
+        return position < items_.size() && items_[position].id() == monitoredItemId;
+    };
+    if (isAt(lastFound_ - 1)) {
+        return --lastFound_;
+    }
+    if (isAt(lastFound_ + 1)) {
+        return ++lastFound_;
     }
     const auto entry = positionsById_.find(monitoredItemId);
     if (entry == positionsById_.end()) {
-        return nullptr;
+        return ItemNotification::kNoItem;
     }
-    lastFound_ = entry->second;
-    return &items_[lastFound_];
+    return lastFound_ = entry->second;
+}
+
+MonitoredItem* Subscription::itemById(std::uint32_t monitoredItemId) {
+    return itemAt(positionOf(monitoredItemId));
 }
 
 }  // namespace nimb

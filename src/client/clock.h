@@ -5,13 +5,17 @@
 
 namespace nimb {
 
+inline std::int64_t milliseconds(const timespec& time) {
+    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+}
+
 /// Milliseconds of one of the system's clocks that only go forward. CLOCK_MONOTONIC_COARSE, exact
 /// to a few of them, is cheap enough to be read for every change that arrives; CLOCK_BOOTTIME goes
 /// on while the machine is suspended.
 inline std::int64_t milliseconds(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+    return milliseconds(now);
 }
 
 }  // namespace nimb

@@ -3,18 +3,18 @@
 namespace nimb {
 
 void NotificationQueue::addBlock() {
-    lastBlock_ = &blocks_.emplace_back();
+    lastBlock_ = blocks_.emplace_back(std::make_unique<Block>()).get();
     if (size_ == 0) {
         steppedOver_ = blocks_.size() - 1;
         frontBlock_ = lastBlock_;
-        front_ = 0;
+        front_ = frontBlock_->changes.data();
     }
 }
 
 void NotificationQueue::stepIntoNextBlock() {
     if (frontBlock_ != lastBlock_) {
-        frontBlock_ = &blocks_[++steppedOver_];
-        front_ = 0;
+        frontBlock_ = blocks_[++steppedOver_].get();
+        front_ = frontBlock_->changes.data();
     }
 }
 
@@ -25,9 +25,9 @@ void NotificationQueue::release() {
     if (size_ != 0 || blocks_.empty()) {
         return;
     }
-    Block& block = blocks_.front();
-    front_ = 0;
-    block.changes.clear();
+    Block& block = *frontBlock_;
+    front_ = block.changes.data();
+    block.end = front_;
     if (block.bytes.capacity() > 2 * kBlockBytes) {
         block.bytes.clear();
     } else {

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "list/velto_list.h"
 #include "subscription/item_notification.h"
@@ -18,34 +21,35 @@ class NotificationQueue {
     [[nodiscard]] bool empty() const { return size_ == 0; }
     [[nodiscard]] std::size_t size() const { return size_; }
     /// The oldest change. Only while the queue is not empty.
-    [[nodiscard]] const ItemNotification& front() const { return frontBlock_->changes[front_]; }
+    [[nodiscard]] const ItemNotification& front() const { return *front_; }
     /// The items of the oldest change's value.
     [[nodiscard]] std::span<const unsigned char> frontValue() const {
-        return {frontBlock_->bytes.data() + front().begin, front().length};
+        return {frontBlock_->bytes.data() + front_->begin, front_->length};
     }
 
     /// Appends a change.
-    /// @param change  without its value
-    /// @param write   writes the items of its value at the end of the list that it is called with;
-    ///                returns whether they can reach the host
-    /// @throws std::bad_alloc, and what `write` throws; the change is not queued then
-    template <typename Write>
-    void push(const ItemNotification& change, const Write& write) {
-        Block& block = blockWithRoom();
+    /// @param fill  called with the change and the list at whose end the items of its value go;
+    ///              fills in all but where they stand
+    /// @throws std::bad_alloc, and what `fill` throws; nothing is queued then
+    template <typename Fill>
+    void push(const Fill& fill) {
+        if (lastBlock_ == nullptr || lastBlock_->full()) [[unlikely]] {
+            addBlock();
+        }
+        Block& block = *lastBlock_;
+        ItemNotification& change = *block.end;
         const std::size_t begin = block.bytes.datalength();
-        const bool written = write(block.bytes);
-        ItemNotification& queued = block.changes.emplace_back(change);
-        queued.begin = static_cast<std::uint32_t>(begin);
-        queued.length = static_cast<std::uint32_t>(block.bytes.datalength() - begin);
-        queued.failed = !written;
+        fill(change, block.bytes);
+        change.begin = static_cast<std::uint32_t>(begin);
+        change.length = static_cast<std::uint32_t>(block.bytes.datalength() - begin);
+        ++block.end;
         ++size_;
     }
 
     /// Steps over the front, which stays where it is until release().
     void pop() {
-        ++front_;
         --size_;
-        if (front_ == frontBlock_->changes.size()) {
+        if (++front_ == frontBlock_->end) {
             stepIntoNextBlock();
         }
     }
@@ -55,41 +59,36 @@ class NotificationQueue {
     template <typename Work>
     void forEach(Work work) {
         for (std::size_t block = steppedOver_; block < blocks_.size(); ++block) {
-            std::vector<ItemNotification>& changes = blocks_[block].changes;
-            for (std::size_t i = block == steppedOver_ ? front_ : 0; i < changes.size(); ++i) {
-                work(changes[i]);
-            }
+            ItemNotification* change =
+                block == steppedOver_ ? front_ : blocks_[block]->changes.data();
+            std::for_each(change, blocks_[block]->end, work);
         }
     }
 
   private:
-    struct Block {
-        std::vector<ItemNotification> changes;
-        VeltoList bytes;
-
-        [[nodiscard]] bool full() const {
-            return changes.size() >= kBlockChanges || bytes.datalength() >= kBlockBytes;
-        }
-    };
     static constexpr std::size_t kBlockChanges = 256;
     static constexpr std::size_t kBlockBytes = std::size_t{64} << 10;
 
-    Block& blockWithRoom() {
-        if (lastBlock_ == nullptr || lastBlock_->full()) {
-            addBlock();
+    struct Block {
+        std::array<ItemNotification, kBlockChanges> changes;
+        ItemNotification* end = changes.data();  ///< behind the last change
+        VeltoList bytes;
+
+        [[nodiscard]] bool full() const {
+            return end == changes.data() + changes.size() || bytes.datalength() >= kBlockBytes;
         }
-        return *lastBlock_;
-    }
+    };
+
     void addBlock();
     void stepIntoNextBlock();
 
-    std::deque<Block> blocks_;
+    std::deque<std::unique_ptr<Block>> blocks_;
     std::size_t steppedOver_ = 0;  ///< blocks before the front one
-    /// The block at steppedOver_ and the last one, once there is one: to look them up for each
-    /// change takes 45 instructions, of some 1,600.
+    // The block at steppedOver_ and the last one, once there is one: to look them up for each
+    // change takes 45 instructions, of some 1,500.
     Block* frontBlock_ = nullptr;
     Block* lastBlock_ = nullptr;
-    std::size_t front_ = 0;  ///< in the front block
+    ItemNotification* front_ = nullptr;  ///< in the front block
     std::size_t size_ = 0;
 };
 

@@ -40,8 +40,9 @@ UA_StatusCode firstResult(const UA_DeleteSubscriptionsResponse& response) {
 Subscription::Subscription(OpcuaClient* client, int maxQueueSize)
     : client_(client),
       maxQueueSize_(maxQueueSize),
-      exportOptions_(resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES)),
-      lastChange_(milliseconds(CLOCK_MONOTONIC_COARSE)) {}
+      exportOptions_(resultExporter(VARIANT_NESTED, DATA_VALUE_WITH_TIMES)) {
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &lastChange_);
+}
 
 Subscription::~Subscription() {
     const UAC_SUBSCRIPTION_STATUS status = status_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <map>
 #include <string>
 #include <vector>
@@ -121,7 +122,19 @@ class Subscription {
     bool convert(VeltoList& out, const UA_Variant& value, MonitoredItem* item) const;
     void countLoss(std::uint32_t monitoredItemId);
     void processWaiting();
-    [[nodiscard]] std::uint32_t positionOf(std::uint32_t monitoredItemId);
+    /// The position in items_, or ItemNotification::kNoItem. Servers report the items in the order
+    /// of their creation or, as open62541 1.4 does, in the reverse one: before the map, the
+    /// neighbours of the item found last are asked.
+    [[nodiscard]] std::uint32_t positionOf(std::uint32_t monitoredItemId) {
+        const auto isAt = [&](std::uint32_t position) {
+            return position < items_.size() && items_[position].id() == monitoredItemId;
+        };
+        if (isAt(lastFound_ - 1)) {
+            return --lastFound_;
+        }
+        return isAt(lastFound_ + 1) ? ++lastFound_ : lookUp(monitoredItemId);
+    }
+    [[nodiscard]] std::uint32_t lookUp(std::uint32_t monitoredItemId);
     [[nodiscard]] MonitoredItem* itemAt(std::uint32_t position) {
         return position == ItemNotification::kNoItem ? nullptr : &items_[position];
     }
@@ -150,7 +163,7 @@ class Subscription {
     bool itemsKnown_ = true;
     bool polled_ = true;        ///< false: created in vain, and not polled since
     double keepAliveTime_ = 0;  ///< milliseconds between signs of life from the server
-    std::int64_t lastChange_;   ///< milliseconds of a clock that only goes forward
+    timespec lastChange_{};     ///< of a clock that only goes forward
     bool suspected_ = false;
     bool asking_ = false;
     std::uint32_t question_ = 0;     ///< the stack's id of the request that asks

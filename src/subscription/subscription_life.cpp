@@ -26,7 +26,7 @@ void Subscription::silent() {
         "Subscription %u is silent: nothing from the server, not even a keep-alive, "
         "for more than %.0f ms; last change %ld ms ago",
         subscriptionId_, silenceBound(),
-        static_cast<long>(milliseconds(CLOCK_MONOTONIC_COARSE) - lastChange_));
+        static_cast<long>(milliseconds(CLOCK_MONOTONIC_COARSE) - milliseconds(lastChange_)));
 }
 
 /// By Republish of the message 0, which never exists: of all requests that name a subscription it

@@ -46,7 +46,7 @@ bool Subscription::convert(VeltoList& out, const UA_Variant& value, MonitoredIte
 void Subscription::queue(const UA_DataValue& value, std::uint32_t monitoredItemId) {
     const std::lock_guard<QueueMutex> lock(queueMutex_);
     client_->noteReport();
-    lastChange_ = milliseconds(CLOCK_MONOTONIC_COARSE);
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &lastChange_);
     if (full()) {
         countLoss(monitoredItemId);
         return;
@@ -54,12 +54,14 @@ void Subscription::queue(const UA_DataValue& value, std::uint32_t monitoredItemI
     const std::uint32_t position =
         itemsKnown_ ? positionOf(monitoredItemId) : ItemNotification::kNoItem;
     MonitoredItem* item = itemAt(position);
-    notificationQueue_.push({.times = {value.sourceTimestamp, value.serverTimestamp},
-                             .monitoredItemId = monitoredItemId,
-                             .position = position,
-                             .status = value.status,
-                             .processed = itemsKnown_},
-                            [&](VeltoList& items) { return convert(items, value.value, item); });
+    notificationQueue_.push([&](ItemNotification& change, VeltoList& items) {
+        change.failed = !convert(items, value.value, item);
+        change.processed = itemsKnown_;
+        change.times = {value.sourceTimestamp, value.serverTimestamp};
+        change.status = value.status;
+        change.monitoredItemId = monitoredItemId;
+        change.position = position;
+    });
     if (item != nullptr) {
         item->lastStatus = value.status;
     }
@@ -85,18 +87,7 @@ void Subscription::processWaiting() {
     });
 }
 
-/// Servers report the items in the order of their creation or, as open62541 1.4 does, in the
-/// reverse one: before the map, the neighbours of the item found last are asked.
-std::uint32_t Subscription::positionOf(std::uint32_t monitoredItemId) {
-    const auto isAt = [&](std::uint32_t position) {
-        return position < items_.size() && items_[position].id() == monitoredItemId;
-    };
-    if (isAt(lastFound_ - 1)) {
-        return --lastFound_;
-    }
-    if (isAt(lastFound_ + 1)) {
-        return ++lastFound_;
-    }
+std::uint32_t Subscription::lookUp(std::uint32_t monitoredItemId) {
     const auto entry = positionsById_.find(monitoredItemId);
     if (entry == positionsById_.end()) {
         return ItemNotification::kNoItem;

@@ -318,10 +318,11 @@ TEST(PublishPace, ClosesAfterRequestsThatBringNothingAndOpensWithTheTime) {
     };
     for (const auto& c : cases) {
         PublishPace pace;
-        pace.earn(1000000, c.keepAlives);
+        const auto keepAlives = [&] { return c.keepAlives; };
+        pace.earn(1000000, keepAlives);
         pace.spend(c.requests, c.news);
         EXPECT_EQ(pace.open(), c.open);
-        pace.earn(1000000 + c.later, c.keepAlives);
+        pace.earn(1000000 + c.later, keepAlives);
         EXPECT_EQ(pace.open(), c.openLater);
     }
 }

@@ -146,8 +146,7 @@ GuardedTransport* GuardedTransport::of(UA_Client* client) {
 
 /// After a request that nothing was heard of until its timeout the good-bye is sent, but not waited
 /// for: it would cost one timeout more. The flag ends with the first byte that arrives.
-void GuardedTransport::begin(Use use, UA_UInt32 timeout) {
-    const auto now = TransportClock::now();
+void GuardedTransport::begin(Use use, UA_UInt32 timeout, TransportClock::time_point now) {
     const bool inVain = use == Use::goodBye && lastRequestTimedOut_;
     call_ = {use, true, true, use != Use::goodBye, false, 0, now, now, now};
     if (!inVain) {

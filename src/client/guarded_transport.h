@@ -38,8 +38,8 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     GuardedTransport(const GuardedTransport&) = delete;
     GuardedTransport& operator=(const GuardedTransport&) = delete;
 
-    /// Begins a use of the stack that has to end within `timeout` milliseconds.
-    void begin(Use use, UA_UInt32 timeout);
+    /// Begins a use of the stack that has to end within `timeout` milliseconds from `now` on.
+    void begin(Use use, UA_UInt32 timeout, TransportClock::time_point now);
     void end();
 
     /// Messages that the stack has sent, those included that it sends by itself while it is driven.

@@ -19,6 +19,7 @@ namespace nimb {
 class NodeIdArray;
 class ServerCheck;
 class Specification;
+class StackCall;
 class Subscription;
 class VeltoList;
 struct BulkReadTexts;
@@ -158,7 +159,10 @@ class OpcuaClient {
     static void watchSubscriptions(UA_ClientConfig* config);
     void discardSubscriptions();
     void driveFor(Subscription& polled, unsigned short timeout);
-    [[nodiscard]] bool driveOnce(std::int64_t timeout);
+    [[nodiscard]] bool driveOnce(const StackCall& call, std::int64_t timeout);
+    /// Drives the stack and appends the three results of a poll.
+    UACErr pollLines(VeltoList& out, Subscription& subscription, unsigned short timeout,
+                     int maxLines);
     bool restoreConnection();
     /// Keep-alives that all subscriptions together expect in a second.
     [[nodiscard]] double keepAliveRate() const;

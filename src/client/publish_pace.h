@@ -13,11 +13,15 @@ namespace nimb {
 class PublishPace {
   public:
     /// Lets the credit grow with the time.
-    /// @param keepAlives  a second, from all subscriptions of the client
-    void earn(std::int64_t now, double keepAlives) {
-        const double perSecond = kPerSecond + 2 * keepAlives;
-        const auto passed = static_cast<double>(std::max<std::int64_t>(now - earnedAt_, 0));
-        credit_ = std::min(kBurst, credit_ + passed * perSecond / 1000);
+    /// @param keepAlives  tells how many come in a second, from all subscriptions of the client;
+    ///                    asked only while there is something to earn
+    template <typename Rate>
+    void earn(std::int64_t now, const Rate& keepAlives) {
+        if (credit_ < kBurst) {
+            const double perSecond = kPerSecond + 2 * keepAlives();
+            const auto passed = static_cast<double>(std::max<std::int64_t>(now - earnedAt_, 0));
+            credit_ = std::min(kBurst, credit_ + passed * perSecond / 1000);
+        }
         earnedAt_ = now;
     }
     /// @param news  whether they brought anything

@@ -8,10 +8,11 @@ namespace {
 
 using Use = GuardedTransport::Use;
 
-GuardedTransport* begin(UA_Client* client, Use use, UA_UInt32 timeout) {
+GuardedTransport* begin(UA_Client* client, Use use, UA_UInt32 timeout,
+                        StackCall::Clock::time_point now = StackCall::Clock::now()) {
     GuardedTransport* transport = GuardedTransport::of(client);
     if (transport != nullptr) {
-        transport->begin(use, timeout);
+        transport->begin(use, timeout, now);
     }
     return transport;
 }
@@ -27,12 +28,16 @@ StackCall StackCall::request(UA_Client* client) {
     return StackCall(begin(client, Use::request, timeoutOf(client)));
 }
 
-StackCall StackCall::drive(UA_Client* client, UA_UInt32 timeout) {
-    return StackCall(begin(client, Use::drive, timeout));
+StackCall StackCall::drive(UA_Client* client, UA_UInt32 timeout, Clock::time_point now) {
+    return StackCall(begin(client, Use::drive, timeout, now));
 }
 
 StackCall StackCall::goodBye(UA_Client* client) {
     return StackCall(begin(client, Use::goodBye, timeoutOf(client)));
+}
+
+std::uint64_t StackCall::sentMessages() const {
+    return transport_ == nullptr ? 0 : transport_->sentMessages();
 }
 
 StackCall::~StackCall() {

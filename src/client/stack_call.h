@@ -2,6 +2,9 @@
 
 #include <open62541/client.h>
 
+#include <chrono>
+#include <cstdint>
+
 namespace nimb {
 
 /// One use of the stack, from just before its function is called to just after it returned: every
@@ -10,11 +13,15 @@ namespace nimb {
 /// the host's errno. Only one at a time for a client; it must not outlive the client.
 class StackCall {
   public:
+    using Clock = std::chrono::steady_clock;
+
     /// A connect or a service call, bounded by the timeout of the client's set-up.
     [[nodiscard]] static StackCall request(UA_Client* client);
     /// A drive of the event loop.
     /// @param timeout  in milliseconds
-    [[nodiscard]] static StackCall drive(UA_Client* client, UA_UInt32 timeout);
+    /// @param now      for callers that have read the clock already
+    [[nodiscard]] static StackCall drive(UA_Client* client, UA_UInt32 timeout,
+                                         Clock::time_point now = Clock::now());
     /// The end of session and channel. Not waited for when the last request timed out and nothing
     /// has arrived since, else bounded by the timeout.
     [[nodiscard]] static StackCall goodBye(UA_Client* client);
@@ -22,6 +29,9 @@ class StackCall {
     StackCall(const StackCall&) = delete;
     StackCall& operator=(const StackCall&) = delete;
     ~StackCall();
+
+    /// Messages that the stack has sent for the client, those of earlier uses included.
+    [[nodiscard]] std::uint64_t sentMessages() const;
 
   private:
     explicit StackCall(class GuardedTransport* transport) : transport_(transport) {}

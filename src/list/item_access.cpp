@@ -130,7 +130,7 @@ long VeltoListItem::AsLongOfAnyItem() const {
                                             : toLong(readNumber(payload));
 }
 
-long long VeltoListItem::AsLongLong() const {
+long long VeltoListItem::AsLongLongOfAnyItem() const {
     const ItemPayload payload(*this);
     return payload.type == item_code::kIeee ? std::bit_cast<long long>(payload.ieee())
                                             : toLongLong(readNumber(payload));

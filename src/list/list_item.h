@@ -126,24 +126,18 @@ class VeltoListItem {
     /// The value saturated to 32 bits and sign-extended, fractions cut off. A floating-point item
     /// gives its 64-bit double bit pattern, not its value: hosts pass such patterns through.
     long AsLong() const {
-        // A short item with up to three bytes of a non-negative integer: handles, positions and
-        // counts, nearly all that comes here.
-        const unsigned payloadBytes = item_[0] - 2U;
-        if (payloadBytes <= 3 && item_[1] == item_code::kPosInteger) [[likely]] {
-            long value = 0;
-            for (unsigned i = payloadBytes; i > 0; --i) {
-                value = value << 8 | item_[1 + i];
-            }
-            return value;
-        }
-        return AsLongOfAnyItem();
+        const long value = smallNumber();
+        return value >= 0 ? value : AsLongOfAnyItem();
     }
     /// AsLong unchanged: non-zero means true.
     long AsBool() const { return AsLong(); }
     /// The value as 64 bits, fractions cut off. A floating-point item gives its bit pattern as for
     /// AsLong; a decimal item with a positive exponent gives saturation values (Compatibility C4).
     /// Text saturates on the side of its sign.
-    long long AsLongLong() const;
+    long long AsLongLong() const {
+        const long value = smallNumber();
+        return value >= 0 ? value : AsLongLongOfAnyItem();
+    }
     /// AsLongLong as an address-sized value.
     std::intptr_t AsPtr() const { return AsLongLong(); }
     /// The nearest double. A 4-byte floating-point item is a single widened to double.
@@ -186,7 +180,21 @@ class VeltoListItem {
     static long long getNegLongLong(const unsigned char* bytes, std::size_t count);
 
   private:
+    /// The value of a short item with up to three bytes of a non-negative integer: handles,
+    /// positions and counts, nearly all that hosts pass. -1 for any other item.
+    long smallNumber() const {
+        const unsigned payloadBytes = item_[0] - 2U;
+        if (payloadBytes > 3 || item_[1] != item_code::kPosInteger) [[unlikely]] {
+            return -1;
+        }
+        long value = 0;
+        for (unsigned i = payloadBytes; i > 0; --i) {
+            value = value << 8 | item_[1 + i];
+        }
+        return value;
+    }
     long AsLongOfAnyItem() const;
+    long long AsLongLongOfAnyItem() const;
 
     const unsigned char* item_;
 };

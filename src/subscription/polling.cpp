@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <initializer_list>
 
 #include "client/clock.h"
-#include "client/guarded_transport.h"
 #include "client/opcua_client.h"
 #include "client/stack_call.h"
 #include "list/item_writer.h"
@@ -22,6 +22,12 @@ constexpr int kMaxPerLine = 9999;  // notifications folded into one line
 constexpr std::int64_t kPause = 100;          // ms between two looks at the pace
 constexpr std::int64_t kShortPause = 10;      // ms while there is no connection
 constexpr std::int64_t kRestoreEvery = 1000;  // ms
+
+using PollTime = std::chrono::time_point<StackCall::Clock, std::chrono::milliseconds>;
+
+PollTime currentTime() {
+    return std::chrono::time_point_cast<std::chrono::milliseconds>(StackCall::Clock::now());
+}
 
 /// False when a signal ended it.
 bool pauseFor(std::int64_t time) {
@@ -55,10 +61,15 @@ void appendStatistics(VeltoList& out, int maxQueueSize, std::initializer_list<Qu
 /// Appends the count of the lines and the lines. The count is written first as it mostly turns out,
 /// so that the lines need not be moved.
 int appendLines(VeltoList& out, Subscription& subscription, int maxLines) {
-    const int expected = subscription.getQueueSize() == 0 ? 0 : 1;
+    if (subscription.getQueueSize() == 0) {
+        out += 0;
+        out.appendItem(item_code::kBytes, 0);
+        return 0;
+    }
+    constexpr int expected = 1;
     const std::size_t begin = out.datalength();
     out += expected;
-    NestedList lines(out, expected == 0 ? 0 : subscription.lineLength());
+    NestedList lines(out, subscription.lineLength());
     const int count = subscription.getNewOutputLines(&out, maxLines, kMaxPerLine);
     lines.close();
     if (count != expected) {
@@ -93,15 +104,14 @@ bool OpcuaClient::restoreConnection() {
 }
 
 /// False when a signal ended the wait.
-bool OpcuaClient::driveOnce(std::int64_t timeout) {
-    const GuardedTransport* transport = GuardedTransport::of(client_.get());
-    const std::uint64_t sent = transport->sentMessages();
+bool OpcuaClient::driveOnce(const StackCall& call, std::int64_t timeout) {
+    const std::uint64_t sent = call.sentMessages();
     const std::uint64_t reports = reports_;
     errno = 0;
     const UA_StatusCode status =
         UA_Client_run_iterate(client_.get(), static_cast<UA_UInt32>(timeout));
     const bool interrupted = errno == EINTR;
-    pace_.spend(transport->sentMessages() - sent, reports_ != reports);
+    pace_.spend(call.sentMessages() - sent, reports_ != reports);
     if (!pace_.open()) {
         for (const auto& [id, subscription] : subscriptions_) {
             subscription->suspect();
@@ -114,20 +124,22 @@ bool OpcuaClient::driveOnce(std::int64_t timeout) {
            pauseFor(std::min(timeout, kShortPause));
 }
 
+/// The clock is read once a round, for the guard and the pace too.
 void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
     const std::uint64_t reports = reports_;
-    std::int64_t now = milliseconds(CLOCK_MONOTONIC);
-    const std::int64_t end = now + timeout;
+    PollTime now = currentTime();
+    const PollTime end = now + std::chrono::milliseconds(timeout);
     bool undisturbed = true;
     do {
-        const auto call = StackCall::drive(client_.get(), static_cast<UA_UInt32>(end - now));
-        pace_.earn(now, keepAliveRate());
+        const std::int64_t left = (end - now).count();
+        const auto call = StackCall::drive(client_.get(), static_cast<UA_UInt32>(left), now);
+        pace_.earn(now.time_since_epoch().count(), [this] { return keepAliveRate(); });
         if (polled.askServer()) {
             pace_.allowBurst();
         }
-        undisturbed = pace_.open() ? driveOnce(end - now) : pauseFor(std::min(end - now, kPause));
+        undisturbed = pace_.open() ? driveOnce(call, left) : pauseFor(std::min(left, kPause));
     } while (timeout != 0 && undisturbed && polled.getQueueSize() == 0 && reports_ == reports &&
-             (now = milliseconds(CLOCK_MONOTONIC)) < end);
+             (now = currentTime()) < end);
 }
 
 UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned short timeout,
@@ -141,21 +153,26 @@ UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned s
                 static_cast<int>(id)};
     }
     subscription->setPolled();
+    return pollLines(*out, *subscription, timeout, maxLines);
+}
+
+UACErr OpcuaClient::pollLines(VeltoList& out, Subscription& subscription, unsigned short timeout,
+                              int maxLines) {
     int lineCount = 0;
     UACErr error = errorOf(
         [&]() -> UACErr {
-            const QueueState before(*subscription);
-            driveFor(*subscription, timeout);
-            const QueueState driven(*subscription);
-            lineCount = appendLines(*out, *subscription, maxLines);
-            appendStatistics(*out, subscription->getMaxQueueSize(),
-                             {before, driven, QueueState(*subscription)});
+            const QueueState before(subscription);
+            driveFor(subscription, timeout);
+            const QueueState driven(subscription);
+            lineCount = appendLines(out, subscription, maxLines);
+            appendStatistics(out, subscription.getMaxQueueSize(),
+                             {before, driven, QueueState(subscription)});
             return {};
         },
         [] { return UACErr::unknown("Error retrieving notifications"); });
-    if (lineCount == 0 && subscription->status() != Subscription::ACTIVE) {
-        return {UACERR_SERVER, APPERR_OTHER, "Non-active subscription status (%s)",
-                Subscription::getStatusString(subscription->status()).c_str()};
+    if (lineCount == 0 && subscription.status() != Subscription::ACTIVE) {
+        error = {UACERR_SERVER, APPERR_OTHER, "Non-active subscription status (%s)",
+                 Subscription::getStatusString(subscription.status()).c_str()};
     }
     return error;
 }

@@ -62,16 +62,34 @@ TEST_F(SubscriptionQueue, ManyQueuedChangesComeInTheirOrder) {
     EXPECT_EQ(poll(), "[" + filler + "1999 | c]");
 }
 
+std::size_t used() { return mallinfo2().uordblks + mallinfo2().hblkhd; }
+
 TEST_F(SubscriptionQueue, AValueThatFillsABlockComesBeforeTheNext) {
     ASSERT_FALSE(create(1).isError());
-    const std::string large(70000, '.');
+    const std::string large(700000, '.');
+    const std::size_t before = used();
     stack.change(101, large);
     stack.change(101, "next");
     EXPECT_TRUE(poll() == "[" + large + "] [next]");
+    EXPECT_LT(used(), before + 200000);
+}
+
+TEST_F(SubscriptionQueue, ItemsStayAsTheyAreAroundChangesOfAnotherLength) {
+    ASSERT_FALSE(create(5).isError());
+    for (const std::uint32_t id : {101U, 102U, 104U, 105U}) {
+        stack.change(id, std::string(id, 'x'));
+    }
+    poll();
+    const auto x = [](std::size_t length) { return std::string(length, 'x'); };
+    stack.change(102, "short");
+    stack.change(104, std::string(300, 'y'));
+    const std::string end = " | none | " + std::string(300, 'y') + " | " + x(105) + "]";
+    EXPECT_EQ(poll(), "[" + x(101) + " | short" + end);
+    stack.change(101, "first");
+    EXPECT_EQ(poll(), "[first | short" + end);
 }
 
 TEST_F(SubscriptionQueue, ABigPollLeavesNoMemoryBehind) {
-    const auto used = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
     ASSERT_FALSE(create(50).isError());
     stack.change(101, "a");
     poll();

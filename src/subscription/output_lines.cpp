@@ -10,6 +10,9 @@ namespace {
 /// Most bytes of an item in a line, beside those of its value: header, two times and the status.
 constexpr std::size_t kItemRoom = 160;
 
+/// A longer line does not reach the host anyway.
+constexpr std::size_t kKeptCapacity = std::size_t{128} << 10;
+
 }  // namespace
 
 int Subscription::getNewOutputLines(VeltoList* out, int maxLines, int maxPerLine) {
@@ -50,9 +53,10 @@ bool Subscription::takeInFront() {
             return false;
         }
         if (!front.failed) {
-            item.set(front, notificationQueue_.frontValue());
+            if (item.set(front, notificationQueue_.frontValue())) {
+                lineRoom_ += kItemRoom + front.length - item.lineLength;
+            }
             item.seen = true;
-            lineRoom_ += kItemRoom + front.length;
         }
     }
     notificationQueue_.pop();
@@ -62,10 +66,8 @@ bool Subscription::takeInFront() {
 /// What did not change is copied from the line before, run by run. The room is made beforehand, so
 /// that a line is written whole or not at all.
 void Subscription::writeLine(VeltoList& out) {
-    if (line_.empty()) {
-        lineRoom_ += kItemRoom * (items_.size() + 1);
-    }
-    const std::size_t room = line_.datalength() + lineRoom_;
+    const std::size_t firstRoom = line_.empty() ? kItemRoom * (items_.size() + 1) : 0;
+    const std::size_t room = line_.datalength() + lineRoom_ + firstRoom;
     line_.ensureBuffer(room);
     out.ensureBuffer(out.datalength() + ItemHeader::kLongBytes + room);
     NestedList nested(out, room);
@@ -90,6 +92,9 @@ void Subscription::writeLine(VeltoList& out) {
     line_.setList(out.data() + begin, out.datalength() - begin);
     lineRoom_ = 0;
     nested.close();
+    if (line_.capacity() > std::max(kKeptCapacity, 2 * line_.datalength())) {
+        line_ = VeltoList(line_);
+    }
 }
 
 std::uint32_t Subscription::writeItem(VeltoList& out, const MonitoredItem& item) const {

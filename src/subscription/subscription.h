@@ -169,7 +169,7 @@ class Subscription {
     std::uint32_t question_ = 0;     ///< the stack's id of the request that asks
     std::int64_t askedAgainAt_ = 0;  ///< not before
     VeltoList line_;                 ///< the last one, from which the next copies
-    std::size_t lineRoom_ = 0;       ///< most bytes that the next one needs beyond the last one's
+    std::size_t lineRoom_ = 0;       ///< most bytes that the next one takes beyond the last one's
 };
 
 }  // namespace nimb

@@ -85,7 +85,7 @@ class NotificationQueue {
     std::deque<std::unique_ptr<Block>> blocks_;
     std::size_t steppedOver_ = 0;  ///< blocks before the front one
     // The block at steppedOver_ and the last one, once there is one: to look them up for each
-    // change takes 45 instructions, of some 1,500.
+    // change takes some 40 instructions, of some 1,500.
     Block* frontBlock_ = nullptr;
     Block* lastBlock_ = nullptr;
     ItemNotification* front_ = nullptr;  ///< in the front block

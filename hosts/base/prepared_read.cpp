@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
 #include <string_view>
 
 namespace nimb::host {
@@ -10,7 +9,6 @@ namespace nimb::host {
 namespace {
 
 constexpr int kValue = 13;
-constexpr std::size_t kValueAt = 3;  // behind both times and the status
 
 /// Plain values of so many fit into a result; identifiers of so many bytes into the arguments.
 constexpr std::size_t kMostNodes = 250;
@@ -34,19 +32,11 @@ std::optional<std::size_t> namedPosition(const Failure& failure) {
     return position;
 }
 
-/// A status. Most are those of good values, short numbers, which AsLong reads in a quarter of the
-/// time; it cannot read those from 0x80000000 on.
-std::uint32_t statusIn(const VeltoListItem& item) {
-    const long quick = item.AsLong();
-    return static_cast<std::uint32_t>(
-        quick < std::numeric_limits<std::int32_t>::max() ? quick : item.AsLongLong());
-}
-
 }  // namespace
 
 std::optional<Ticks> Reading::time(std::size_t i, std::size_t item) const {
     const Sample& sample = samples_.at(i);
-    return sample.items.empty() ? std::nullopt : timeOf(sample.items.at(item));
+    return sample.items == nullptr ? std::nullopt : timeOf(sample.listFrom(sample.items).at(item));
 }
 
 std::size_t Reading::bytes() const noexcept {
@@ -57,8 +47,8 @@ std::size_t Reading::bytes() const noexcept {
 
 Value Reading::value(std::size_t i, const NodeInfo& info, Warning& warning) const {
     const Sample& sample = samples_.at(i);
-    if (!sample.items.empty()) {
-        return valueOf(sample.items, kValueAt, info.type, info.rank, warning);
+    if (sample.items != nullptr) {
+        return valueOf(sample.listFrom(sample.value), info.type, info.rank, warning);
     }
     if (!sample.status) {
         warning = "values of this kind, and empty arrays, have no form";
@@ -195,15 +185,20 @@ bool PreparedRead::pollPart(const Part& part, Reading& reading, std::vector<std:
         return false;
     }
     const ResultList& kept = reading.results_.emplace_back(std::move(result));
-    for (std::size_t i = 0; i < part.nodes.size(); ++i) {
-        Reading::Sample& sample = reading.samples_[part.nodes[i]];
-        sample.items = kept.at(i + 1).AsVeltoROList();
-        if (!sample.items.empty()) {  // with the cursor left before the value
-            sample.items.at(1);       // steps cost less than a leap
-            sample.status = statusIn(sample.items.at(2));
-        } else {
-            absent.push_back(part.nodes[i]);
+    VeltoListIterator answer = kept.begin();
+    for (const std::size_t node : part.nodes) {
+        const VeltoROList items = (*++answer).AsVeltoROList();
+        if (items.empty()) {
+            absent.push_back(node);
+            continue;
         }
+        Reading::Sample& sample = reading.samples_[node];
+        VeltoListIterator item = items.begin();
+        ++item;
+        sample.status = static_cast<std::uint32_t>((*++item).AsLongLong());
+        sample.items = items.data();
+        sample.value = (++item).position();
+        sample.end = items.end().position();
     }
     return true;
 }

@@ -10,6 +10,8 @@ namespace nimb::host {
 
 namespace {
 
+constexpr std::size_t kValueAt = 3;  // behind both times and the status
+
 constexpr const char* kNames[] = {
     "",
     "Boolean",
@@ -52,7 +54,7 @@ class Reader {
             if (dimensions > 1) {
                 elements.push_back(array(item, dimensions - 1));
             } else if (hasParts()) {
-                elements.push_back(scalar(item.AsVeltoROList(), 0));
+                elements.push_back(scalar(item.AsVeltoROList()));
             } else {
                 elements.push_back(single(item));
             }
@@ -61,21 +63,17 @@ class Reader {
     }
 
     /// A value that is no array: one item for most types, several for some.
-    Value scalar(const VeltoROList& items, std::size_t first) const {
-        const auto part = [&](std::size_t i) { return items.at(first + i); };
+    Value scalar(const VeltoROList& items) const {
         switch (type_) {
             case Type::qualifiedName:
-                return record({{"name", text(part(0))}, {"namespace", integer(part(1))}});
+                return record({{"name", text(items.at(0))}, {"namespace", single(items.at(1))}});
             case Type::localizedText:
-                return record({{"text", text(part(0))}, {"locale", text(part(1))}});
+                return record({{"text", text(items.at(0))}, {"locale", text(items.at(1))}});
             case Type::nodeId:
-            case Type::expandedNodeId: {
-                const unsigned char* begin = part(0).header();
-                return Value(notationOf(
-                    {begin, static_cast<std::size_t>(items.data() + items.datalength() - begin)}));
-            }
+            case Type::expandedNodeId:
+                return Value(notationOf(items));
             default:
-                return single(part(0));
+                return single(items.at(0));
         }
     }
 
@@ -86,31 +84,19 @@ class Reader {
     }
 
     /// Whether the items are a nested list and its number of dimensions rather than a scalar.
-    static bool isArray(const VeltoROList& items, std::size_t first) {
-        const int type = items.size() == first + 2 ? items.at(first + 1).Type() : 0;
-        return type == item_code::kPosInteger && items.at(first + 1).AsLong() > 0;
+    static bool isArray(const VeltoROList& items) {
+        const int type = items.size() == 2 ? items.at(1).Type() : 0;
+        return type == item_code::kPosInteger && items.at(1).AsLong() > 0;
     }
 
   private:
     Value single(const VeltoListItem& item) const {
-        switch (item.Type()) {
-            case item_code::kUndefined:
-                return {};
-            case item_code::kIeee:
-                return Value(item.AsDouble());
-            case item_code::kPosInteger:
-            case item_code::kNegInteger:
-                return integer(item);
-            default:
-                return textual(item);
+        Value value;
+        if (item.Type() != item_code::kUndefined &&
+            !takeNumber(item, type_, [&value](auto number) { value = Value(number); })) {
+            return textual(item);
         }
-    }
-
-    Value integer(const VeltoListItem& item) const {
-        const std::int64_t number = item.AsLongLong();
-        if (type_ == Type::boolean) return Value(number != 0);
-        if (type_ == Type::uInt64) return Value(static_cast<std::uint64_t>(number));
-        return Value(number);
+        return value;
     }
 
     Value textual(const VeltoListItem& item) const {
@@ -160,17 +146,22 @@ const char* nameOf(Type type) noexcept {
     return number < std::size(kNames) ? kNames[number] : "";
 }
 
-Value valueOf(const VeltoROList& items, std::size_t first, Type type, int rank, Warning& warning) {
+VeltoROList valueItems(const VeltoROList& node) {
+    const unsigned char* begin = node.at(kValueAt).header();
+    return {begin, static_cast<std::size_t>(node.data() + node.datalength() - begin)};
+}
+
+Value valueOf(const VeltoROList& items, Type type, int rank, Warning& warning) {
     const Reader reader(type, warning);
     const bool maybeArray = rank != -1 && (rank >= 0 || !reader.hasParts());
-    if (maybeArray && Reader::isArray(items, first) && !(rank < 0 && type == Type::dataValue)) {
-        return reader.array(items.at(first), items.at(first + 1).AsLong());
+    if (maybeArray && Reader::isArray(items) && !(rank < 0 && type == Type::dataValue)) {
+        return reader.array(items.at(0), items.at(1).AsLong());
     }
     if (type == Type::dataValue) {  // a picture of another node: its own value counts
-        return items.size() > first + 3 ? valueOf(items, first + 3, Type::unknown, -2, warning)
-                                        : Value();
+        return items.size() > kValueAt ? valueOf(valueItems(items), Type::unknown, -2, warning)
+                                       : Value();
     }
-    return rank < 0 ? reader.scalar(items, first) : enclosed(reader.scalar(items, first), rank);
+    return rank < 0 ? reader.scalar(items) : enclosed(reader.scalar(items), rank);
 }
 
 }  // namespace nimb::host

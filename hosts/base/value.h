@@ -75,10 +75,46 @@ using Warning = const char*;
 /// Makes a value of the items that stand for it in a result, which do not tell its type: there an
 /// array of one element is that element, a UInt64 from 2^63 on is negative, and String, ByteString
 /// and nested list look alike.
-/// @param items    list whose items from `first` on are the value's
+/// @param items    the value's items and no others
 /// @param rank     the node's ValueRank: -1 scalar, 0 and more array, less: either
 /// @param warning  set when text in it is no UTF-8; the value, or that element, is then Null
-Value valueOf(const VeltoROList& items, std::size_t first, Type type, int rank, Warning& warning);
+Value valueOf(const VeltoROList& items, Type type, int rank, Warning& warning);
+
+/// Whether a status is Bad.
+constexpr bool isBad(std::uint32_t status) noexcept { return (status & 0x80000000U) != 0; }
+
+constexpr bool isNumber(Type type) noexcept {
+    return type >= Type::boolean && type <= Type::doubleFloat;
+}
+
+/// Gives `take` the bool, double or integer of an item.
+/// @return false for an item that is no number
+template <typename Take>
+bool takeNumber(const VeltoListItem& item, Type type, Take take) {
+    switch (item.Type()) {
+        case item_code::kIeee:
+            take(item.AsDouble());
+            return true;
+        case item_code::kPosInteger:
+        case item_code::kNegInteger:
+            break;
+        default:
+            return false;
+    }
+    const std::int64_t number = item.AsLongLong();
+    if (type == Type::boolean) {
+        take(number != 0);
+    } else if (type == Type::uInt64) {
+        take(static_cast<std::uint64_t>(number));
+    } else {
+        take(number);
+    }
+    return true;
+}
+
+/// The value's items of a node's items in a result: source time, server time, status, value.
+/// Throws std::exception when there are fewer.
+VeltoROList valueItems(const VeltoROList& node);
 
 /// JSON: bytes as {"hex": "00ff"}, a text with a zero byte likewise, NaN and infinities as strings.
 std::string json(const Value& value);

@@ -85,11 +85,11 @@ std::string arrayLiteral(const Value& value, bool asJson) {
     return std::move(literal).text();
 }
 
-NimbCell textCell(NimbKind kind, std::string&& from, std::string& text, const char*& warning) {
+NimbCell textCell(NimbKind kind, std::string&& from, std::string& text) {
     NimbCell cell{};
     text = std::move(from);
     if (kind != NIMB_BYTES && text.find('\0') != std::string::npos) {
-        warning = "the text has a zero byte";
+        cell.warning = "the text has a zero byte";
         return cell;
     }
     cell.kind = kind;
@@ -98,41 +98,34 @@ NimbCell textCell(NimbKind kind, std::string&& from, std::string& text, const ch
     return cell;
 }
 
-NimbCell scalarCell(const Value& value, std::string& text, const char*& warning) {
-    NimbCell cell{};
-    if (const auto* flag = std::get_if<bool>(&value)) {
-        cell.kind = NIMB_BOOL;
-        cell.boolean = *flag;
-    } else if (const auto* integer = std::get_if<std::int64_t>(&value)) {
-        cell.kind = NIMB_INTEGER;
-        cell.integer = *integer;
-    } else if (const auto* wide = std::get_if<std::uint64_t>(&value)) {
-        cell.kind = NIMB_UNSIGNED;
-        cell.unsigned_integer = *wide;
-    } else if (const auto* real = std::get_if<double>(&value)) {
-        cell.kind = NIMB_REAL;
-        cell.real = *real;
-    } else if (const auto* time = std::get_if<host::Ticks>(&value)) {
-        cell.kind = NIMB_TIME;
-        cell.integer = microseconds(*time);
-    } else if (const auto* bytes = std::get_if<host::Bytes>(&value)) {
-        return textCell(NIMB_BYTES, std::string(bytes->data), text, warning);
-    } else {
-        return textCell(NIMB_TEXT, plainText(value), text, warning);
+NimbCell scalarCell(const Value& value, std::string& text) {
+    if (const auto* flag = std::get_if<bool>(&value)) return cellOf(*flag);
+    if (const auto* integer = std::get_if<std::int64_t>(&value)) return cellOf(*integer);
+    if (const auto* wide = std::get_if<std::uint64_t>(&value)) return cellOf(*wide);
+    if (const auto* real = std::get_if<double>(&value)) return cellOf(*real);
+    if (const auto* time = std::get_if<host::Ticks>(&value)) {
+        return {NIMB_TIME, {.integer = microseconds(*time)}, nullptr, 0, nullptr};
     }
-    return cell;
+    if (const auto* bytes = std::get_if<host::Bytes>(&value)) {
+        return textCell(NIMB_BYTES, std::string(bytes->data), text);
+    }
+    return textCell(NIMB_TEXT, plainText(value), text);
+}
+
+NimbCell anyCell(const Value& value, NimbForm form, std::string& text) {
+    if (value.isNull()) return {};
+    if (form == NIMB_FORM_JSON) return textCell(NIMB_TEXT, json(value), text);
+    if (form == NIMB_FORM_TEXT) return textCell(NIMB_TEXT, plainText(value), text);
+    if (!std::holds_alternative<host::Array>(value)) return scalarCell(value, text);
+    return textCell(NIMB_ARRAY, arrayLiteral(value, form == NIMB_FORM_JSON_ARRAY), text);
 }
 
 }  // namespace
 
-NimbCell cellOf(const Value& value, NimbForm form, std::string& text, const char*& warning) {
-    if (value.isNull()) {
-        return {};
-    }
-    if (form == NIMB_FORM_JSON) return textCell(NIMB_TEXT, json(value), text, warning);
-    if (form == NIMB_FORM_TEXT) return textCell(NIMB_TEXT, plainText(value), text, warning);
-    if (!std::holds_alternative<host::Array>(value)) return scalarCell(value, text, warning);
-    return textCell(NIMB_ARRAY, arrayLiteral(value, form == NIMB_FORM_JSON_ARRAY), text, warning);
+NimbCell cellOf(const Value& value, NimbForm form, std::string& text, host::Warning warning) {
+    NimbCell cell = anyCell(value, form, text);
+    if (warning != nullptr) cell.warning = warning;
+    return cell;
 }
 
 Value valueOf(const NimbCell& cell) {

@@ -11,8 +11,18 @@ namespace nimb::postgresql {
 
 /// A value in the shape in which PostgreSQL takes it.
 /// @param text     takes the bytes that the cell points to
-/// @param warning  set when the value cannot be shown; the cell is then Null
-NimbCell cellOf(const host::Value& value, NimbForm form, std::string& text, const char*& warning);
+/// @param warning  why the value, or an element of it, is Null although there is one
+NimbCell cellOf(const host::Value& value, NimbForm form, std::string& text,
+                host::Warning warning = nullptr);
+
+inline NimbCell cellOf(bool flag) { return {NIMB_BOOL, {.boolean = flag}, nullptr, 0, nullptr}; }
+inline NimbCell cellOf(std::int64_t number) {
+    return {NIMB_INTEGER, {.integer = number}, nullptr, 0, nullptr};
+}
+inline NimbCell cellOf(std::uint64_t number) {
+    return {NIMB_UNSIGNED, {.unsigned_integer = number}, nullptr, 0, nullptr};
+}
+inline NimbCell cellOf(double number) { return {NIMB_REAL, {.real = number}, nullptr, 0, nullptr}; }
 
 /// A value that is written.
 host::Value valueOf(const NimbCell& cell);
@@ -24,7 +34,5 @@ struct Sample {
 };
 host::Value fieldOf(NimbField field, const Sample& sample, const host::NodeId& node,
                     const host::NodeInfo& info, host::Library& library);
-
-inline bool isBad(std::uint32_t status) { return (status & 0x80000000U) != 0; }
 
 }  // namespace nimb::postgresql

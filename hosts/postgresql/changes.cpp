@@ -18,33 +18,32 @@ namespace {
 
 std::shared_ptr<Feed> feedOf(Session& session, std::uint32_t table, const NimbNodes& nodes) {
     std::shared_ptr<Feed>& feed = session.feeds[table];
-    std::string key = joined(nodes);
-    if (!feed || feed->nodes != key) {
+    if (!feed || !isJoined(feed->texts, nodes)) {
         const std::vector<host::NodeId> followed = nodesOf(nodes);
         feed =
-            std::make_shared<Feed>(Feed{std::move(key),
+            std::make_shared<Feed>(Feed{joined(nodes),
                                         {session.connection.library(), session.connection.plant(),
                                          followed, session.catalogue.describe(followed)}});
     }
     return feed;
 }
 
-NimbCell makeCell(NimbChanges& changes, std::size_t i, NimbField field, NimbForm form,
-                  const char*& warning) {
+NimbCell makeCell(NimbChanges& changes, std::size_t i, NimbField field, NimbForm form) {
     const host::Change& change = changes.rows.at(i)->change;
     const host::NodeInfo& info = changes.feed->changes.info(change);
     const nimb::VeltoROList items = change.list();
     const auto status = static_cast<std::uint32_t>(items.at(2).AsLongLong());
     if (field == NIMB_VALUE_FIELD) {
-        constexpr std::size_t valueAt = 3;
-        return cellOf(isBad(status) ? host::Value()
-                                    : host::valueOf(items, valueAt, info.type, info.rank, warning),
-                      form, changes.text, warning);
+        if (host::isBad(status)) return {};
+        host::Warning warning = nullptr;
+        const host::Value value =
+            host::valueOf(host::valueItems(items), info.type, info.rank, warning);
+        return cellOf(value, form, changes.text, warning);
     }
     const Sample sample{status, host::timeOf(items.at(0)), host::timeOf(items.at(1))};
     return cellOf(fieldOf(field, sample, changes.feed->changes.node(change), info,
                           changes.session->connection.library()),
-                  form, changes.text, warning);
+                  form, changes.text);
 }
 
 }  // namespace
@@ -70,9 +69,9 @@ void nimb_change(const NimbChanges* changes, std::size_t i, std::int64_t* number
 }
 
 bool nimb_change_cell(NimbChanges* changes, std::size_t i, NimbField field, NimbForm form,
-                      NimbCell* cell, const char** warning, NimbError* error) {
+                      NimbCell* cell, NimbError* error) {
     return guarded(nullptr, error, [&] {
-        *cell = makeCell(*changes, i, field, form, *warning);
+        *cell = makeCell(*changes, i, field, form);
         return true;
     });
 }

@@ -41,6 +41,31 @@ static NimbForm form_of(Oid base) {
     return element == JSONBOID || element == JSONOID ? NIMB_FORM_JSON_ARRAY : NIMB_FORM_ARRAY;
 }
 
+/* The kinds that a column may hold, a bit each: no value changes its kind on the way. */
+static unsigned kinds_of(NimbForm form, Oid base) {
+    const unsigned integers = 1U << NIMB_INTEGER | 1U << NIMB_UNSIGNED;
+    if (form == NIMB_FORM_TEXT || form == NIMB_FORM_JSON) return ~0U;
+    if (form != NIMB_FORM_SCALAR) return 1U << NIMB_ARRAY;
+    switch (base) {
+        case BOOLOID:
+            return 1U << NIMB_BOOL;
+        case INT2OID:
+        case INT4OID:
+        case INT8OID:
+            return integers;
+        case FLOAT4OID:
+        case FLOAT8OID:
+        case NUMERICOID:
+            return integers | 1U << NIMB_REAL;
+        case TIMESTAMPTZOID:
+            return 1U << NIMB_TIME;
+        case BYTEAOID:
+            return 1U << NIMB_BYTES;
+        default:
+            return 0;
+    }
+}
+
 void nimb_target(Form_pg_attribute attribute, NimbTarget* target) {
     target->type = attribute->atttypid;
     target->typmod = attribute->atttypmod;
@@ -48,6 +73,7 @@ void nimb_target(Form_pg_attribute attribute, NimbTarget* target) {
     target->name = NameStr(attribute->attname);
     target->direct = target->base == target->type && target->typmod < 0;
     target->form = form_of(target->base);
+    target->kinds = kinds_of(target->form, target->base);
     target->memory = CurrentMemoryContext;
 }
 
@@ -58,41 +84,6 @@ static Datum input(NimbTarget* target, char* text) {
         fmgr_info_cxt(function, &target->input, target->memory);
     }
     return InputFunctionCall(&target->input, text, target->ioparam, target->typmod);
-}
-
-static bool is_integer(Oid type) { return type == INT2OID || type == INT4OID || type == INT8OID; }
-static bool is_real(Oid type) {
-    return type == FLOAT4OID || type == FLOAT8OID || type == NUMERICOID;
-}
-
-/* Whether a column of the type may hold such values: no value changes its kind on the way. */
-static bool fits(const NimbTarget* target, NimbKind kind) {
-    const Oid type = target->base;
-    switch (target->form) {
-        case NIMB_FORM_TEXT:
-        case NIMB_FORM_JSON:
-            return true;
-        case NIMB_FORM_ARRAY:
-        case NIMB_FORM_JSON_ARRAY:
-            return kind == NIMB_ARRAY;
-        case NIMB_FORM_SCALAR:
-            break;
-    }
-    switch (kind) {
-        case NIMB_BOOL:
-            return type == BOOLOID;
-        case NIMB_INTEGER:
-        case NIMB_UNSIGNED:
-            return is_integer(type) || is_real(type);
-        case NIMB_REAL:
-            return is_real(type);
-        case NIMB_TIME:
-            return type == TIMESTAMPTZOID;
-        case NIMB_BYTES:
-            return type == BYTEAOID;
-        default:
-            return false;
-    }
 }
 
 static const char* name_of(NimbKind kind) {
@@ -140,14 +131,16 @@ static double real_in(const NimbTarget* target, const NimbCell* cell, const Nimb
 /* False when the value has to go through the type's input function. */
 static bool convert(const NimbTarget* target, const NimbCell* cell, const NimbPlace* place,
                     Datum* datum) {
-    if (is_integer(target->base)) {
-        const int64 value = integer_in(target, cell, place);
-        *datum = target->base == INT2OID   ? Int16GetDatum((int16)value)
-                 : target->base == INT4OID ? Int32GetDatum((int32)value)
-                                           : Int64GetDatum(value);
-        return true;
-    }
     switch (target->base) {
+        case INT2OID:
+            *datum = Int16GetDatum((int16)integer_in(target, cell, place));
+            return true;
+        case INT4OID:
+            *datum = Int32GetDatum((int32)integer_in(target, cell, place));
+            return true;
+        case INT8OID:
+            *datum = Int64GetDatum(integer_in(target, cell, place));
+            return true;
         case BOOLOID:
             *datum = BoolGetDatum(cell->boolean);
             return true;
@@ -195,15 +188,22 @@ static void input_failed(void* argument) {
                place->table, place->node);
 }
 
-Datum nimb_datum(NimbTarget* target, const NimbCell* cell, const NimbPlace* place) {
+static pg_noinline Datum datum_by_input(NimbTarget* target, const NimbCell* cell,
+                                        const NimbPlace* place) {
     ErrorContextCallback context = {error_context_stack, input_failed, (void*)place};
     Datum datum;
-    if (!fits(target, cell->kind)) refuse_type(target, cell, place);
-    if (target->direct && convert(target, cell, place, &datum)) return datum;
     error_context_stack = &context;
     datum = input(target, text_of(cell));
     error_context_stack = context.previous;
     return datum;
+}
+
+Datum nimb_datum(NimbTarget* target, const NimbCell* cell, const NimbPlace* place) {
+    Datum datum;
+    if ((target->kinds >> cell->kind & 1) == 0) refuse_type(target, cell, place);
+    return target->direct && convert(target, cell, place, &datum)
+               ? datum
+               : datum_by_input(target, cell, place);
 }
 
 /* A number of any length: as an integer when it is one, so that none of its digits gets lost. */

@@ -111,6 +111,7 @@ typedef struct NimbCell {
     };
     const char* text; /**< valid until the next call for the same object */
     size_t length;
+    const char* warning; /**< why a value that is there cannot be shown, or null */
 } NimbCell;
 
 typedef enum NimbField {
@@ -138,9 +139,9 @@ size_t nimb_scan_size(const NimbScan* scan);
 bool nimb_scan_missing(const NimbScan* scan, size_t node);
 /** Whether the value's status is Bad. */
 bool nimb_scan_bad(const NimbScan* scan, size_t node);
-/** One field of a node. `*warning` is set when there is a value that cannot be shown. */
+/** One field of a node. */
 bool nimb_scan_cell(NimbScan* scan, size_t node, NimbField field, NimbForm form, NimbCell* cell,
-                    const char** warning, NimbError* error);
+                    NimbError* error);
 /** Requests and bytes of the last reading. */
 void nimb_scan_cost(const NimbScan* scan, size_t* requests, size_t* bytes);
 void nimb_scan_free(NimbScan* scan);
@@ -189,7 +190,7 @@ size_t nimb_changes_size(const NimbChanges* changes);
 void nimb_change(const NimbChanges* changes, size_t i, int64_t* number, int64_t* lost);
 /** As nimb_scan_cell. */
 bool nimb_change_cell(NimbChanges* changes, size_t i, NimbField field, NimbForm form,
-                      NimbCell* cell, const char** warning, NimbError* error);
+                      NimbCell* cell, NimbError* error);
 void nimb_changes_free(NimbChanges* changes);
 
 #ifdef __cplusplus

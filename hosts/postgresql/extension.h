@@ -71,6 +71,7 @@ typedef struct NimbTarget {
     Oid type, base;
     int32 typmod;
     NimbForm form;
+    unsigned kinds; /**< NimbKind: those that it can hold, a bit each */
     bool direct;    /**< no input function is needed */
     FmgrInfo input; /**< looked up by the first value that needs it */
     Oid ioparam;

@@ -16,11 +16,17 @@
 static const Cost kRequestCost = 1000;
 static const Cost kNodeCost = 0.1;
 
+typedef struct ScanColumn {
+    NimbColumn column;
+    NimbTarget target;
+    NimbPlace place; /* for errors */
+} ScanColumn;
+
 typedef struct NodeScan {
     NimbTable table;
     ForeignServer* server;
     NimbScan* scan; /* freed by the end of the scan, or with the memory of the query */
-    NimbTarget* targets;
+    ScanColumn* columns;
     MemoryContextCallback forget;
     bool was_read;
     int row;
@@ -87,11 +93,26 @@ static void forget(void* argument) {
     scan->scan = NULL;
 }
 
-static NimbPlace place_of(ForeignScanState* node, const char* column) {
+static NimbPlace place_of(const ForeignScanState* node) {
     const NodeScan* scan = node->fdw_state;
     return (NimbPlace){.server = scan->server->servername,
-                       .table = RelationGetRelationName(node->ss.ss_currentRelation),
-                       .column = column};
+                       .table = RelationGetRelationName(node->ss.ss_currentRelation)};
+}
+
+static void prepare_columns(ForeignScanState* node) {
+    NodeScan* scan = node->fdw_state;
+    const TupleDesc row = RelationGetDescr(node->ss.ss_currentRelation);
+    scan->columns = palloc0(sizeof(ScanColumn) * (size_t)(scan->table.ncolumns + 1));
+    for (int i = 0; i < scan->table.ncolumns; ++i) {
+        ScanColumn* it = &scan->columns[i];
+        it->column = scan->table.columns[i];
+        nimb_target(TupleDescAttr(row, it->column.attno - 1), &it->target);
+        it->place = place_of(node);
+        it->place.column = it->target.name;
+        if (!scan->table.is_long) {
+            it->place.node = strVal(list_nth(scan->table.nodes, it->column.node));
+        }
+    }
 }
 
 void nimb_begin_scan(ForeignScanState* node, int flags) {
@@ -104,11 +125,7 @@ void nimb_begin_scan(ForeignScanState* node, int flags) {
     node->fdw_state = scan;
     if (flags & EXEC_FLAG_EXPLAIN_ONLY) return;
 
-    scan->targets = palloc0(sizeof(NimbTarget) * (size_t)(scan->table.ncolumns + 1));
-    for (int i = 0; i < scan->table.ncolumns; ++i) {
-        nimb_target(TupleDescAttr(RelationGetDescr(relation), scan->table.columns[i].attno - 1),
-                    &scan->targets[i]);
-    }
+    prepare_columns(node);
     if (list_length(scan->table.nodes) == 0) return; /* nothing of the row is wanted */
 
     scan->forget = (MemoryContextCallback){.func = forget, .arg = scan};
@@ -116,7 +133,7 @@ void nimb_begin_scan(ForeignScanState* node, int flags) {
     scan->scan = nimb_scan(nimb_open_session(scan->server, user_of(node)),
                            RelationGetRelid(relation), nimb_nodes_of(&scan->table), &error);
     if (scan->scan == NULL) {
-        const NimbPlace place = place_of(node, NULL);
+        const NimbPlace place = place_of(node);
         nimb_raise(&error, &place);
     }
 }
@@ -125,12 +142,9 @@ void nimb_begin_scan(ForeignScanState* node, int flags) {
 static void check_nodes(ForeignScanState* node) {
     NodeScan* scan = node->fdw_state;
     for (int i = 0; i < scan->table.ncolumns && !scan->table.is_long; ++i) {
-        const NimbColumn* column = &scan->table.columns[i];
-        NimbPlace place = place_of(node, scan->targets[i].name);
-        place.node = strVal(list_nth(scan->table.nodes, column->node));
-        if (nimb_scan_missing(scan->scan, (size_t)column->node)) {
+        if (nimb_scan_missing(scan->scan, (size_t)scan->table.columns[i].node)) {
             ereport(ERROR, (errcode(ERRCODE_FDW_ERROR), errmsg("OPC UA: there is no such variable"),
-                            nimb_detail(&place)));
+                            nimb_detail(&scan->columns[i].place)));
         }
     }
 }
@@ -141,7 +155,7 @@ static void read_nodes(ForeignScanState* node) {
     const bool done = nimb_scan_read(scan->scan, &error);
     CHECK_FOR_INTERRUPTS();
     if (!done) {
-        const NimbPlace place = place_of(node, NULL);
+        const NimbPlace place = place_of(node);
         nimb_raise(&error, &place);
     }
     scan->was_read = true;
@@ -149,66 +163,55 @@ static void read_nodes(ForeignScanState* node) {
 }
 
 /* Inline: it is done for each value. */
-static pg_attribute_always_inline NimbCell cell_of(ForeignScanState* node, int at, NimbField field,
-                                                   NimbForm form, int column,
-                                                   const char** warning) {
-    NodeScan* scan = node->fdw_state;
+static pg_attribute_always_inline void get_cell(const NodeScan* scan, int node, NimbField field,
+                                                NimbForm form, const NimbPlace* place,
+                                                NimbCell* cell) {
     NimbError error; /* filled by what fails; clearing it for each value would be felt */
-    NimbCell cell;
-    if (!nimb_scan_cell(scan->scan, (size_t)at, field, form, &cell, warning, &error)) {
-        const NimbPlace place = place_of(node, scan->targets[column].name);
-        nimb_raise(&error, &place);
+    if (!nimb_scan_cell(scan->scan, (size_t)node, field, form, cell, &error)) {
+        nimb_raise(&error, place);
     }
-    return cell;
 }
 
-/* The node's notation in memory of the row. */
-static char* notation_of(ForeignScanState* node, int at, int column) {
-    const char* ignored = NULL;
-    return pstrdup(cell_of(node, at, NIMB_NODE_FIELD, NIMB_FORM_TEXT, column, &ignored).text);
+static const char* text_of(const NodeScan* scan, int node, NimbField field,
+                           const NimbPlace* place) {
+    NimbCell cell;
+    get_cell(scan, node, field, NIMB_FORM_TEXT, place, &cell);
+    return cell.text;
 }
 
-static void refuse_bad(ForeignScanState* node, int at, int column) {
-    NodeScan* scan = node->fdw_state;
-    const char* ignored = NULL;
-    NimbPlace place = place_of(node, scan->targets[column].name);
-    place.node = notation_of(node, at, column);
+static pg_noinline void refuse_bad(const NodeScan* scan, int node, NimbPlace place) {
+    place.node = pstrdup(text_of(scan, node, NIMB_NODE_FIELD, &place));
     ereport(ERROR,
             (errcode(ERRCODE_FDW_ERROR),
-             errmsg("OPC UA: the value is %s",
-                    cell_of(node, at, NIMB_STATUS_NAME, NIMB_FORM_TEXT, column, &ignored).text),
+             errmsg("OPC UA: the value is %s", text_of(scan, node, NIMB_STATUS_NAME, &place)),
              nimb_detail(&place)));
 }
 
-static void note_warning(ForeignScanState* node, int at, int column, const char* warning) {
-    NodeScan* scan = node->fdw_state;
+static pg_noinline void note_warning(ForeignScanState* state, int node, const NimbPlace* place,
+                                     const char* warning) {
+    NodeScan* scan = state->fdw_state;
     if (scan->unshown.count++ > 0) return;
-    scan->unshown.first =
-        MemoryContextStrdup(node->ss.ps.state->es_query_cxt,
-                            psprintf("%s, node %s", warning, notation_of(node, at, column)));
+    scan->unshown.first = MemoryContextStrdup(
+        state->ss.ps.state->es_query_cxt,
+        psprintf("%s, node %s", warning, text_of(scan, node, NIMB_NODE_FIELD, place)));
 }
 
-static bool fill_column(ForeignScanState* node, int i, Datum* datum) {
-    NodeScan* scan = node->fdw_state;
-    const NimbColumn* column = &scan->table.columns[i];
-    NimbTarget* target = &scan->targets[i];
-    const int at = scan->table.is_long ? scan->row : column->node;
-    const bool is_value = column->field == NIMB_VALUE_FIELD;
-    const char* warning = NULL;
-    NimbPlace place;
+/* False for NULL. */
+static bool fill_column(ForeignScanState* state, ScanColumn* it, Datum* datum) {
+    const NodeScan* scan = state->fdw_state;
+    const int node = scan->table.is_long ? scan->row : it->column.node;
+    const bool is_value = it->column.field == NIMB_VALUE_FIELD;
     NimbCell cell;
-    if (is_value && scan->table.error_on_bad && nimb_scan_bad(scan->scan, (size_t)at)) {
-        refuse_bad(node, at, i);
+    if (is_value && scan->table.error_on_bad && nimb_scan_bad(scan->scan, (size_t)node)) {
+        refuse_bad(scan, node, it->place);
     }
-    cell = cell_of(node, at, column->field, target->form, i, &warning);
-    if (is_value && cell.kind == NIMB_NULL && nimb_scan_missing(scan->scan, (size_t)at)) {
-        warning = "there is no such variable";
+    get_cell(scan, node, it->column.field, it->target.form, &it->place, &cell);
+    if (is_value && cell.kind == NIMB_NULL && nimb_scan_missing(scan->scan, (size_t)node)) {
+        cell.warning = "there is no such variable";
     }
-    if (warning != NULL) note_warning(node, at, i, warning);
+    if (cell.warning != NULL) note_warning(state, node, &it->place, cell.warning);
     if (cell.kind == NIMB_NULL) return false;
-    place = place_of(node, target->name);
-    if (!scan->table.is_long) place.node = strVal(list_nth(scan->table.nodes, column->node));
-    *datum = nimb_datum(target, &cell, &place);
+    *datum = nimb_datum(&it->target, &cell, &it->place);
     return true;
 }
 
@@ -218,10 +221,12 @@ TupleTableSlot* nimb_iterate_scan(ForeignScanState* node) {
     ExecClearTuple(slot);
     if (scan->scan != NULL && !scan->was_read) read_nodes(node);
     if (scan->row >= scan->table.rows) return slot;
-    memset(slot->tts_isnull, true, sizeof(bool) * (size_t)slot->tts_tupleDescriptor->natts);
-    for (int i = 0; i < scan->table.ncolumns; ++i) {
-        const int at = scan->table.columns[i].attno - 1;
-        slot->tts_isnull[at] = !fill_column(node, i, &slot->tts_values[at]);
+    if (scan->row == 0) { /* columns that are not wanted stay NULL in all rows */
+        memset(slot->tts_isnull, true, sizeof(bool) * (size_t)slot->tts_tupleDescriptor->natts);
+    }
+    for (ScanColumn *it = scan->columns, *end = it + scan->table.ncolumns; it < end; ++it) {
+        const int at = it->column.attno - 1;
+        slot->tts_isnull[at] = !fill_column(node, it, &slot->tts_values[at]);
     }
     ++scan->row;
     if (scan->row == scan->table.rows) nimb_warn_unshown(&scan->unshown);

@@ -105,15 +105,14 @@ static void put_change(ReturnSetInfo* result, NimbChanges* changes, size_t row, 
     values[1] = source;
     for (size_t i = 0; i < lengthof(kFields); ++i) {
         NimbError error = {0};
-        const char* warning = NULL;
         NimbCell cell;
-        if (!nimb_change_cell(changes, row, kFields[i].field, kFields[i].form, &cell, &warning,
-                              &error)) {
+        if (!nimb_change_cell(changes, row, kFields[i].field, kFields[i].form, &cell, &error)) {
             nimb_raise(&error, place);
         }
-        if (warning != NULL && unshown->count++ == 0) {
+        if (cell.warning != NULL && unshown->count++ == 0) {
             MemoryContext kept = MemoryContextSwitchTo(result->econtext->ecxt_per_query_memory);
-            unshown->first = psprintf("%s, node %s", warning, TextDatumGetCString(values[kNode]));
+            unshown->first =
+                psprintf("%s, node %s", cell.warning, TextDatumGetCString(values[kNode]));
             MemoryContextSwitchTo(kept);
         }
         nulls[kFirstField + i] = cell.kind == NIMB_NULL;

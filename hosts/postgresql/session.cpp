@@ -1,6 +1,7 @@
 #include "postgresql/session.h"
 
 #include <chrono>
+#include <cstring>
 #include <optional>
 
 #include "postgresql/guard.h"
@@ -79,6 +80,15 @@ std::string joined(const NimbNodes& texts) {
     return all;
 }
 
+bool isJoined(std::string_view all, const NimbNodes& texts) {
+    for (std::size_t i = 0; i < texts.count; ++i) {
+        const std::string_view text(texts.texts[i], std::strlen(texts.texts[i]) + 1);
+        if (!all.starts_with(text)) return false;
+        all.remove_prefix(text.size());
+    }
+    return all.empty();
+}
+
 std::vector<host::NodeId> nodesOf(const NimbNodes& texts) {
     if (texts.is_list) {
         return host::parseNodes(texts.texts[0]);
@@ -113,8 +123,8 @@ void nimb_mark_mapping(std::uint32_t hash) {
 
 void nimb_mark_table(std::uint32_t table) {
     forEachSession([table](Session& session) {
-        for (auto& [key, request] : session.requests) {
-            request->stale = request->stale || table == 0 || key.first == table;
+        for (const auto& request : session.requests) {
+            request->stale = request->stale || table == 0 || request->table == table;
         }
         for (auto& [followed, feed] : session.feeds) {
             feed->doubted = feed->doubted || table == 0 || followed == table;
@@ -152,7 +162,7 @@ void nimb_tidy() {
         return !entry.second.session || entry.second.session->stale;
     });
     forEachSession([](Session& session) {
-        std::erase_if(session.requests, [](const auto& entry) { return entry.second->stale; });
+        std::erase_if(session.requests, [](const auto& request) { return request->stale; });
         if (wasIdle(session)) session.connection.close();
     });
 }

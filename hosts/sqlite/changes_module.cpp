@@ -36,7 +36,8 @@ void resultSample(sqlite3_context* context, const host::Change& change, const ho
     host::Warning warning = nullptr;
     switch (number) {
         case value:
-            resultValue(context, host::valueOf(items, 3, info.type, info.rank, warning));
+            resultValue(context,
+                        host::valueOf(host::valueItems(items), info.type, info.rank, warning));
             break;
         case status:
             sqlite3_result_int64(context, code);

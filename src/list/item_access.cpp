@@ -136,7 +136,7 @@ long long VeltoListItem::AsLongLongOfAnyItem() const {
                                             : toLongLong(readNumber(payload));
 }
 
-double VeltoListItem::AsDouble() const {
+double VeltoListItem::AsDoubleOfAnyItem() const {
     const ItemPayload payload(*this);
     switch (payload.type) {
         case item_code::kBytes:

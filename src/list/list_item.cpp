@@ -25,9 +25,19 @@ unsigned long long readExtended(const unsigned char* bytes, std::size_t count,
 
 }  // namespace
 
-VeltoList VeltoListItem::AsVeltoList() const { return {data(), datalength()}; }
+int VeltoListItem::getTypeOfAnyItem(const unsigned char*& payload,
+                                    std::size_t& length) const noexcept {
+    const ItemHeader header = ItemHeader::read(item_);
+    payload = item_ + header.bytes;
+    length = 0;
+    if (header.content == 0) {
+        return item_code::kUndefined;
+    }
+    length = header.content - 1;
+    return *payload++;
+}
 
-VeltoROList VeltoListItem::AsVeltoROList() const { return {data(), datalength()}; }
+VeltoList VeltoListItem::AsVeltoList() const { return {data(), datalength()}; }
 
 std::string VeltoListItem::getAscii(const unsigned char* bytes, std::size_t count) {
     return {bytes, bytes + count};

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -106,21 +107,24 @@ class VeltoListItem {
     std::size_t size() const noexcept { return ItemHeader::read(item_).itemSize(); }
 
     /// The type code, or item_code::kUndefined for the empty item.
-    int Type() const noexcept {
-        const ItemHeader header = ItemHeader::read(item_);
-        return header.content != 0 ? item_[header.bytes] : item_code::kUndefined;
+    [[gnu::always_inline]] int Type() const noexcept {
+        if (item_[0] > ItemHeader::kShortBytes) [[likely]] {
+            return item_[ItemHeader::kShortBytes];
+        }
+        const unsigned char* payload = nullptr;
+        std::size_t length = 0;
+        return getTypeOfAnyItem(payload, length);
     }
 
     /// Type code, payload address and payload length in one reading of the header.
-    int getType(const unsigned char*& payload, std::size_t& length) const noexcept {
-        const ItemHeader header = ItemHeader::read(item_);
-        payload = item_ + header.bytes;
-        length = 0;
-        if (header.content == 0) {
-            return item_code::kUndefined;
+    [[gnu::always_inline]] int getType(const unsigned char*& payload,
+                                       std::size_t& length) const noexcept {
+        if (item_[0] > ItemHeader::kShortBytes) [[likely]] {
+            payload = item_ + ItemHeader::kShortBytes + 1;
+            length = item_[0] - ItemHeader::kShortBytes - 1;
+            return item_[ItemHeader::kShortBytes];
         }
-        length = header.content - 1;
-        return *payload++;
+        return getTypeOfAnyItem(payload, length);
     }
 
     /// The value saturated to 32 bits and sign-extended, fractions cut off. A floating-point item
@@ -141,7 +145,15 @@ class VeltoListItem {
     /// AsLongLong as an address-sized value.
     std::intptr_t AsPtr() const { return AsLongLong(); }
     /// The nearest double. A 4-byte floating-point item is a single widened to double.
-    double AsDouble() const;
+    double AsDouble() const {
+        constexpr std::size_t bytes = 2 + sizeof(double);  // of a short item that holds one
+        if (item_[0] == bytes && item_[1] == item_code::kIeee) [[likely]] {
+            double value;
+            std::memcpy(&value, item_ + 2, sizeof value);
+            return value;
+        }
+        return AsDoubleOfAnyItem();
+    }
     /// Text, 8 bits a character: 16-bit units are cut to their low byte, numbers are printed.
     std::string AsAString() const;
     /// AsAString without a copy: the item's own bytes where it is 8-bit text, or in `storage`.
@@ -182,7 +194,7 @@ class VeltoListItem {
   private:
     /// The value of a short item with up to three bytes of a non-negative integer: handles,
     /// positions and counts, nearly all that hosts pass. -1 for any other item.
-    long smallNumber() const {
+    [[gnu::always_inline]] long smallNumber() const {
         const unsigned payloadBytes = item_[0] - 2U;
         if (payloadBytes > 3 || item_[1] != item_code::kPosInteger) [[unlikely]] {
             return -1;
@@ -195,6 +207,8 @@ class VeltoListItem {
     }
     long AsLongOfAnyItem() const;
     long long AsLongLongOfAnyItem() const;
+    int getTypeOfAnyItem(const unsigned char*& payload, std::size_t& length) const noexcept;
+    double AsDoubleOfAnyItem() const;
 
     const unsigned char* item_;
 };

@@ -169,6 +169,23 @@ class VeltoROList {
     bool cursorUsable() const noexcept { return cursorBytesLeft_ <= length_; }
 };
 
+inline VeltoListItem VeltoListIterator::operator*() const {
+    list_->checkedItemSize(static_cast<std::size_t>(item_ - list_->data()));
+    return VeltoListItem(item_);
+}
+
+inline VeltoListIterator& VeltoListIterator::operator++() {
+    item_ += list_->checkedItemSize(static_cast<std::size_t>(item_ - list_->data()));
+    return *this;
+}
+
+inline VeltoROList VeltoListItem::AsVeltoROList() const {
+    const unsigned char* payload = nullptr;
+    std::size_t length = 0;
+    getType(payload, length);
+    return {payload, length};
+}
+
 inline std::size_t VeltoROList::find(std::size_t i) const {
     if (i == 0) {
         return 0;

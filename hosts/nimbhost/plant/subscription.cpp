@@ -13,7 +13,6 @@ constexpr host::NodeId kServerClock{0, 2258, {}};
 constexpr int kValueAttribute = 13;
 constexpr int kLifetimeCount = 600;
 constexpr int kKeepAliveCount = 10;
-constexpr std::size_t kValueAt = 3;  // behind both times and the status
 
 VeltoList specificationOf(const std::vector<host::NodeId>& nodes) {
     VeltoList properties = VeltoList() + VeltoNull();
@@ -146,7 +145,7 @@ void Subscription::take(const VeltoROList& line, std::vector<Change>& out) {
         sample.source = host::timeOf(items.at(0));
         sample.server = server;
         sample.value =
-            host::valueOf(items, kValueAt, infos_[i].type, infos_[i].rank, sample.warning);
+            host::valueOf(host::valueItems(items), infos_[i].type, infos_[i].rank, sample.warning);
         out.push_back(std::move(change));
     }
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <ctime>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,6 @@
 #include "subscription/item_notification.h"
 #include "subscription/monitored_item.h"
 #include "subscription/notification_queue.h"
-#include "subscription/queue_mutex.h"
 #include "subscription/subscription_request.h"
 
 namespace nimb {
@@ -152,7 +152,7 @@ class Subscription {
     NotificationQueue notificationQueue_;
     /// Taken around every push. Nothing contends for it: polls take from the queue without it, on
     /// the host's thread, on which the stack's callbacks run too.
-    QueueMutex queueMutex_;
+    std::mutex queueMutex_;
     int maxQueueSize_;
     std::uint32_t unknownItemLossCount_ = 0;
     std::uint32_t queueLossCount_ = 0;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <mutex>
 
 #include "client/clock.h"
 #include "client/opcua_client.h"
@@ -44,7 +43,7 @@ bool Subscription::convert(VeltoList& out, const UA_Variant& value, MonitoredIte
 }
 
 void Subscription::queue(const UA_DataValue& value, std::uint32_t monitoredItemId) {
-    const std::lock_guard<QueueMutex> lock(queueMutex_);
+    const std::lock_guard<std::mutex> lock(queueMutex_);
     client_->noteReport();
     clock_gettime(CLOCK_MONOTONIC_COARSE, &lastChange_);
     if (full()) {

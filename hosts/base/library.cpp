@@ -75,6 +75,20 @@ Function functionOf(const nimb_callout_row& row) {
     return reinterpret_cast<Function>(row.function);
 }
 
+/// The row that was found for an entry. Throws CallError when there is none or it is of another
+/// form.
+const nimb_callout_row& checked(const nimb_callout_row* found, std::string_view entry,
+                                std::string_view arguments) {
+    if (found == nullptr) {
+        throw CallError("the library has no entry \"" + std::string(entry) + "\"");
+    }
+    if (arguments != found->arguments) {
+        throw CallError(std::string(entry) + " has the arguments \"" + found->arguments +
+                        "\", not \"" + std::string(arguments) + "\"");
+    }
+    return *found;
+}
+
 void checkReturned(const nimb_callout_row& row, int returned) {
     if (returned != 0) {
         throw CallError(std::string(row.name) + " returned " + std::to_string(returned) +
@@ -95,15 +109,7 @@ const nimb_callout_row* Library::find(std::string_view entry) const noexcept {
 }
 
 const nimb_callout_row& Library::row(std::string_view entry, std::string_view arguments) const {
-    const nimb_callout_row* found = find(entry);
-    if (found == nullptr) {
-        throw CallError("the library has no entry \"" + std::string(entry) + "\"");
-    }
-    if (arguments != found->arguments) {
-        throw CallError(std::string(entry) + " has the arguments \"" + found->arguments +
-                        "\", not \"" + std::string(arguments) + "\"");
-    }
-    return *found;
+    return checked(find(entry), entry, arguments);
 }
 
 void Library::passArguments(std::span<const unsigned char> arguments) {
@@ -148,7 +154,7 @@ std::optional<ResultBytes> Library::call(std::string_view entry,
     }
     const nimb_callout_row* found = find(entry);
     const bool withoutInput = found != nullptr && std::string_view(found->arguments) == "B";
-    const nimb_callout_row& called = withoutInput ? *found : row(entry, "Bb");
+    const nimb_callout_row& called = checked(found, entry, withoutInput ? "B" : "Bb");
     if (withoutInput && !arguments.empty()) {
         throw CallError(std::string(entry) + " takes no arguments");
     }

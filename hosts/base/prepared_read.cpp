@@ -58,10 +58,6 @@ Value Reading::value(std::size_t i, const NodeInfo& info, Warning& warning) cons
 
 PreparedRead::~PreparedRead() { clear(); }
 
-bool PreparedRead::isFormless(std::size_t node) const {
-    return formless_[node] && Clock::now() < *formless_[node];
-}
-
 long PreparedRead::setUp(const std::vector<std::size_t>& nodes) {
     VeltoList types;
     VeltoList nameSpaces;
@@ -122,9 +118,8 @@ std::vector<PreparedRead::Part> PreparedRead::spread(const std::vector<std::size
 
 /// Spreads the nodes over requests, unless they stand already as they should.
 void PreparedRead::prepare() {
-    const bool retry = std::any_of(formless_.begin(), formless_.end(), [](const auto& until) {
-        return until && Clock::now() >= *until;
-    });
+    const bool retry =
+        std::erase_if(formless_, [](const auto& node) { return Clock::now() >= node.second; }) > 0;
     if (generation_ == connection_.generation() && !retry && !parts_.empty()) {
         return;
     }
@@ -132,9 +127,7 @@ void PreparedRead::prepare() {
     generation_ = connection_.generation();
     std::vector<std::size_t> nodes;
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
-        if (isFormless(i)) continue;
-        formless_[i].reset();
-        nodes.push_back(i);
+        if (!formless_.contains(i)) nodes.push_back(i);
     }
     parts_ = spread(nodes);
 }

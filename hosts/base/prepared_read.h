@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,7 +68,7 @@ class PreparedRead {
   public:
     /// @param connection  must outlive the object
     PreparedRead(Connection& connection, std::vector<NodeId> nodes)
-        : connection_(connection), nodes_(std::move(nodes)), formless_(nodes_.size()) {}
+        : connection_(connection), nodes_(std::move(nodes)) {}
     ~PreparedRead();
     PreparedRead(const PreparedRead&) = delete;
     PreparedRead& operator=(const PreparedRead&) = delete;
@@ -85,7 +86,6 @@ class PreparedRead {
         long query = 0;
     };
 
-    bool isFormless(std::size_t node) const;
     void prepare();
     std::vector<Part> spread(const std::vector<std::size_t>& nodes) const;
     long setUp(const std::vector<std::size_t>& nodes);
@@ -104,8 +104,8 @@ class PreparedRead {
 
     Connection& connection_;
     std::vector<NodeId> nodes_;
-    /// When to try a node again that failed a poll because its value has no form.
-    std::vector<std::optional<Clock::time_point>> formless_;
+    /// The nodes that failed a poll because their value has no form, and when to try them again.
+    std::map<std::size_t, Clock::time_point> formless_;
     std::vector<Part> parts_;
     std::vector<std::size_t> absent_;  ///< the nodes that had no value last time
     std::vector<Part> absentParts_;

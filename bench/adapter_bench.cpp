@@ -89,7 +89,11 @@ void measureAll(const std::vector<Case>& cases, const Setting& setting, const Op
         rows.push_back(measured(subject, setting));
     }
     std::vector<PeerRow> peer;
-    if (!options.peerScript.empty()) peer = measurePeer(options.peerScript, setting.url, rows);
+    try {
+        if (!options.peerScript.empty()) peer = measurePeer(options.peerScript, setting.url, rows);
+    } catch (const std::exception& failure) {  // the other figures stand without it
+        std::fprintf(stderr, "%s\n", failure.what());
+    }
     std::fputs((ratioTable(rows) + peerTable(peer) + "\n" + timeTable(rows)).c_str(), stdout);
     if (!options.chartFile.empty()) std::ofstream(options.chartFile) << chart(rows);
 }

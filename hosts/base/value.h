@@ -83,6 +83,7 @@ Value valueOf(const VeltoROList& items, Type type, int rank, Warning& warning);
 /// Whether a status is Bad.
 constexpr bool isBad(std::uint32_t status) noexcept { return (status & 0x80000000U) != 0; }
 
+/// Whether the values of a type are numbers or truth values.
 constexpr bool isNumber(Type type) noexcept {
     return type >= Type::boolean && type <= Type::doubleFloat;
 }

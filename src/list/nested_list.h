@@ -20,8 +20,8 @@ namespace nimb {
 class NestedList {
   public:
     /// Opens an 8-bit item at the parent's end. Throws std::bad_alloc.
-    /// @param expected  fewest bytes that will be written inside. They choose the width of the
-    ///                  header; where it turns out to be another, all that is inside is moved
+    /// @param expected  about how many bytes will be written inside: room is made for them and a
+    ///                  header of that width; where it turns out to be another, they are moved
     explicit NestedList(VeltoList& parent, std::size_t expected = 0)
         : parent_(parent),
           start_(parent.length_),

@@ -69,7 +69,6 @@ void Subscription::writeLine(VeltoList& out) {
     const std::size_t firstRoom = line_.empty() ? kItemRoom * (items_.size() + 1) : 0;
     const std::size_t room = line_.datalength() + lineRoom_ + firstRoom;
     line_.ensureBuffer(room);
-    out.ensureBuffer(out.datalength() + ItemHeader::kLongBytes + room);
     NestedList nested(out, room);
     const std::size_t begin = out.datalength();
     out.stuffAscii(begin, nullptr, 0);          // Compatibility C24

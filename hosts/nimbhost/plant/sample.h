@@ -24,7 +24,7 @@ struct Sample {
     std::optional<host::Ticks> source, server;
     const char* warning = nullptr;
 
-    bool isBad() const noexcept { return !status || (*status & 0x80000000U) != 0; }
+    bool isBad() const noexcept { return !status || host::isBad(*status); }
     /// Earlier changes of the node were dropped at the server.
     bool hasOverflow() const noexcept { return status && (*status & 0x480U) == 0x480U; }
 };

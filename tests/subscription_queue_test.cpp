@@ -71,6 +71,10 @@ TEST_F(SubscriptionQueue, AValueThatFillsABlockComesBeforeTheNext) {
     stack.change(101, large);
     stack.change(101, "next");
     EXPECT_TRUE(poll() == "[" + large + "] [next]");
+    stack.change(101, large);
+    poll();
+    stack.change(101, "last");
+    EXPECT_EQ(poll(), "[last]");
     EXPECT_LT(used(), before + 200000);
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <open62541/types_generated.h>
+
 #include "client/node_id_array.h"
-#include "convert/owned.h"
 
 namespace nimb {
 
@@ -13,10 +14,15 @@ class BulkReadReq {
     /// @param attributeIds  one for each node
     BulkReadReq(NodeIdArray ids, const UA_UInt32* attributeIds);
 
-    [[nodiscard]] const UA_ReadRequest& request() const { return *request_; }
+    BulkReadReq(const BulkReadReq&) = delete;
+    BulkReadReq& operator=(const BulkReadReq&) = delete;
+    ~BulkReadReq() = default;
+
+    [[nodiscard]] const UA_ReadRequest& request() const { return request_; }
 
   private:
-    OwnedReadRequest request_;
+    NodeIdArray ids_;
+    UA_ReadRequest request_{};  ///< its nodes are those of ids_
 };
 
 }  // namespace nimb

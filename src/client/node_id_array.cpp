@@ -3,6 +3,8 @@
 #include <new>
 #include <utility>
 
+#include "convert/clear_values.h"
+
 namespace nimb {
 
 NodeIdArray::NodeIdArray(std::size_t count) : size_(count) {
@@ -21,11 +23,11 @@ NodeIdArray& NodeIdArray::operator=(NodeIdArray&& other) noexcept {
     return *this;
 }
 
-NodeIdArray::~NodeIdArray() { UA_Array_delete(nodes_, size_, &UA_TYPES[UA_TYPES_READVALUEID]); }
-
-void NodeIdArray::moveInto(UA_ReadRequest& request) {
-    request.nodesToRead = std::exchange(nodes_, nullptr);
-    request.nodesToReadSize = std::exchange(size_, 0);
+NodeIdArray::~NodeIdArray() {
+    for (std::size_t i = 0; i < size_; ++i) {
+        freeBytes(nodes_[i].nodeId);
+    }
+    UA_Array_delete(nodes_, 0, &UA_TYPES[UA_TYPES_READVALUEID]);
 }
 
 }  // namespace nimb

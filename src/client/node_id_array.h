@@ -7,7 +7,7 @@
 namespace nimb {
 
 /// Owner of a fixed number of node ids and of their string identifiers. Each lies where a Read
-/// request wants it, so that a request can take them over as they are.
+/// request wants it, so that a request can refer to them as they are.
 class NodeIdArray {
   public:
     NodeIdArray() = default;
@@ -23,8 +23,8 @@ class NodeIdArray {
     UA_NodeId& operator[](std::size_t i) { return nodes_[i].nodeId; }
     const UA_NodeId& operator[](std::size_t i) const { return nodes_[i].nodeId; }
 
-    /// Gives the array to the request, in place of one that it must not have; what stays is empty.
-    void moveInto(UA_ReadRequest& request);
+    /// The nodes as a Read request refers to them; owned by this object.
+    [[nodiscard]] UA_ReadValueId* readValueIds() { return nodes_; }
 
   private:
     UA_ReadValueId* nodes_ = nullptr;

@@ -7,11 +7,14 @@
 #include <cstddef>
 #include <utility>
 
+#include "convert/clear_values.h"
+
 namespace nimb {
 
 /// Owner of one stack value: zeroed at birth, its members released at death.
 /// @tparam TypeIndex  position of the type's description in the stack's UA_TYPES table
-template <typename T, std::size_t TypeIndex>
+/// @tparam Clear      releases the members; the value is zero then
+template <typename T, std::size_t TypeIndex, auto Clear = UA_clear>
 class Owned {
   public:
     Owned() = default;
@@ -26,7 +29,7 @@ class Owned {
         }
         return *this;
     }
-    ~Owned() { UA_clear(&value_, type()); }
+    ~Owned() { Clear(&value_, type()); }
 
     [[nodiscard]] static const UA_DataType* type() { return &UA_TYPES[TypeIndex]; }
 
@@ -42,7 +45,7 @@ class Owned {
 
     /// Releases the members and takes over another value.
     void reset(T value = T{}) {
-        UA_clear(&value_, type());
+        Clear(&value_, type());
         value_ = value;
     }
 
@@ -54,9 +57,8 @@ using OwnedString = Owned<UA_String, UA_TYPES_STRING>;
 using OwnedNodeId = Owned<UA_NodeId, UA_TYPES_NODEID>;
 using OwnedDataValue = Owned<UA_DataValue, UA_TYPES_DATAVALUE>;
 using OwnedVariant = Owned<UA_Variant, UA_TYPES_VARIANT>;
-using OwnedReadRequest = Owned<UA_ReadRequest, UA_TYPES_READREQUEST>;
-using OwnedReadResponse = Owned<UA_ReadResponse, UA_TYPES_READRESPONSE>;
-using OwnedBrowseResponse = Owned<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE>;
+using OwnedReadResponse = Owned<UA_ReadResponse, UA_TYPES_READRESPONSE, clearReadResponse>;
+using OwnedBrowseResponse = Owned<UA_BrowseResponse, UA_TYPES_BROWSERESPONSE, clearBrowseResponse>;
 using OwnedBrowseNextResponse = Owned<UA_BrowseNextResponse, UA_TYPES_BROWSENEXTRESPONSE>;
 
 }  // namespace nimb

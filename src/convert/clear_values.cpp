@@ -1,0 +1,75 @@
+#include "convert/clear_values.h"
+
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "convert/type_index.h"
+
+namespace nimb {
+
+namespace {
+
+/// The array that a response owns; the response no longer has it.
+template <typename T>
+class TakenArray {
+  public:
+    TakenArray(T*& elements, std::size_t& count)
+        : count_(std::exchange(count, 0)), elements_(std::exchange(elements, nullptr)) {}
+    TakenArray(const TakenArray&) = delete;
+    TakenArray& operator=(const TakenArray&) = delete;
+    ~TakenArray() {
+        if (elements_ > UA_EMPTY_ARRAY_SENTINEL) {
+            UA_free(elements_);
+        }
+    }
+
+    [[nodiscard]] T* begin() const { return elements_; }
+    [[nodiscard]] T* end() const { return elements_ + count_; }
+
+  private:
+    std::size_t count_;
+    T* elements_;
+};
+
+/// A value of a type without pointers is one block, whether it is a scalar or an array.
+void freeValue(UA_Variant& value) {
+    const bool oneBlock = value.type != nullptr && value.type->pointerFree &&
+                          value.storageType == UA_VARIANT_DATA && value.arrayDimensions == nullptr;
+    if (!oneBlock) {
+        UA_clear(&value, &UA_TYPES[UA_TYPES_VARIANT]);
+    } else if (hasData(value)) {
+        UA_free(value.data);
+    }
+}
+
+void freeReference(const UA_ReferenceDescription& reference) {
+    freeBytes(reference.referenceTypeId);
+    freeBytes(reference.nodeId);
+    freeBytes(reference.browseName.name);
+    freeBytes(reference.displayName.locale);
+    freeBytes(reference.displayName.text);
+    freeBytes(reference.typeDefinition);
+}
+
+}  // namespace
+
+void clearReadResponse(UA_ReadResponse* response, const UA_DataType* type) {
+    for (UA_DataValue& result : TakenArray(response->results, response->resultsSize)) {
+        freeValue(result.value);
+    }
+    UA_clear(response, type);
+}
+
+void clearBrowseResponse(UA_BrowseResponse* response, const UA_DataType* type) {
+    for (UA_BrowseResult& result : TakenArray(response->results, response->resultsSize)) {
+        freeBytes(result.continuationPoint);
+        for (const UA_ReferenceDescription& reference :
+             TakenArray(result.references, result.referencesSize)) {
+            freeReference(reference);
+        }
+    }
+    UA_clear(response, type);
+}
+
+}  // namespace nimb

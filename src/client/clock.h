@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 
@@ -16,6 +17,15 @@ inline std::int64_t milliseconds(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
     return milliseconds(now);
+}
+
+/// The time of std::chrono::steady_clock at the system's last tick, at most 10 ms ago. Reading it
+/// costs a few nanoseconds; the exact time costs some 50, a fifth of a poll with nothing to tell.
+inline std::chrono::steady_clock::time_point timeOfLastTick() {
+    timespec tick{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
+    return std::chrono::steady_clock::time_point(std::chrono::seconds(tick.tv_sec) +
+                                                 std::chrono::nanoseconds(tick.tv_nsec));
 }
 
 }  // namespace nimb

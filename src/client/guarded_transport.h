@@ -38,7 +38,8 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     GuardedTransport(const GuardedTransport&) = delete;
     GuardedTransport& operator=(const GuardedTransport&) = delete;
 
-    /// Begins a use of the stack that has to end within `timeout` milliseconds from `now` on.
+    /// Begins a use of the stack that has to end within `timeout` milliseconds from `now` on, which
+    /// may lie some milliseconds back.
     void begin(Use use, UA_UInt32 timeout, TransportClock::time_point now);
     void end();
 
@@ -62,7 +63,7 @@ class GuardedTransport final : private UA_ConnectionManager, private ConnectionO
     UA_StatusCode open(const UA_KeyValueMap& params, ConnectionRequest request);
     UA_StatusCode runLoop(UA_EventLoop* loop, UA_UInt32 timeout);
     UA_UInt32 boundedWait(UA_UInt32 timeout);
-    void readDecrypted() const;
+    [[nodiscard]] DecryptedMessages* encryptedMessages() const;
     void closeAll();
     [[nodiscard]] GuardedConnection* find(std::uintptr_t id) const;
     [[nodiscard]] bool overdue(TransportClock::time_point now) const;

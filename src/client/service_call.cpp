@@ -47,7 +47,7 @@ void OpcuaClient::catchUpAfterIdleTime() {
     if (sessionOpened_ && now - lastUse_ >= kIdle) {
         UA_Client* const client = client_.get();
         const UA_UInt32 wait = std::min(UA_Client_getConfig(client)->timeout / 2, kRenewalWait);
-        const auto call = StackCall::drive(client, wait);
+        const auto call = StackCall::drive(client, wait, timeOfLastTick());
         // A channel whose time is over ends with the renewal, and a request behind it with both.
         const bool renewing = UA_Client_renewSecureChannel(client) == UA_STATUSCODE_GOOD;
         UA_Client_run_iterate(client, renewing ? wait : 0);

@@ -1,5 +1,6 @@
 #include "client/stack_call.h"
 
+#include "client/clock.h"
 #include "client/guarded_transport.h"
 
 namespace nimb {
@@ -9,7 +10,7 @@ namespace {
 using Use = GuardedTransport::Use;
 
 GuardedTransport* begin(UA_Client* client, Use use, UA_UInt32 timeout,
-                        StackCall::Clock::time_point now = StackCall::Clock::now()) {
+                        StackCall::Clock::time_point now = timeOfLastTick()) {
     GuardedTransport* transport = GuardedTransport::of(client);
     if (transport != nullptr) {
         transport->begin(use, timeout, now);

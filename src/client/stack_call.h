@@ -19,9 +19,9 @@ class StackCall {
     [[nodiscard]] static StackCall request(UA_Client* client);
     /// A drive of the event loop.
     /// @param timeout  in milliseconds
-    /// @param now      for callers that have read the clock already
+    /// @param now      may lie some milliseconds back
     [[nodiscard]] static StackCall drive(UA_Client* client, UA_UInt32 timeout,
-                                         Clock::time_point now = Clock::now());
+                                         Clock::time_point now);
     /// The end of session and channel. Not waited for when the last request timed out and nothing
     /// has arrived since, else bounded by the timeout.
     [[nodiscard]] static StackCall goodBye(UA_Client* client);

@@ -25,8 +25,10 @@ constexpr std::int64_t kRestoreEvery = 1000;  // ms
 
 using PollTime = std::chrono::time_point<StackCall::Clock, std::chrono::milliseconds>;
 
-PollTime currentTime() {
-    return std::chrono::time_point_cast<std::chrono::milliseconds>(StackCall::Clock::now());
+/// The exact time only for polls that wait.
+PollTime currentTime(unsigned short timeout) {
+    const auto now = timeout == 0 ? timeOfLastTick() : StackCall::Clock::now();
+    return std::chrono::time_point_cast<std::chrono::milliseconds>(now);
 }
 
 /// False when a signal ended it.
@@ -62,8 +64,10 @@ void appendStatistics(VeltoList& out, int maxQueueSize, std::initializer_list<Qu
 /// so that the lines need not be moved.
 int appendLines(VeltoList& out, Subscription& subscription, int maxLines) {
     if (subscription.getQueueSize() == 0) {
-        out += 0;
-        out.appendItem(item_code::kBytes, 0);
+        ItemWriter items(out, ItemWriter::kNumberRoom + ItemWriter::kHeaderBytes);
+        items += 0;
+        items.appendItem(item_code::kBytes, 0);
+        items.commit(2);
         return 0;
     }
     constexpr int expected = 1;
@@ -127,7 +131,7 @@ bool OpcuaClient::driveOnce(const StackCall& call, std::int64_t timeout) {
 /// The clock is read once a round, for the guard and the pace too.
 void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
     const std::uint64_t reports = reports_;
-    PollTime now = currentTime();
+    PollTime now = currentTime(timeout);
     const PollTime end = now + std::chrono::milliseconds(timeout);
     bool undisturbed = true;
     do {
@@ -139,7 +143,7 @@ void OpcuaClient::driveFor(Subscription& polled, unsigned short timeout) {
         }
         undisturbed = pace_.open() ? driveOnce(call, left) : pauseFor(std::min(left, kPause));
     } while (timeout != 0 && undisturbed && polled.getQueueSize() == 0 && reports_ == reports &&
-             (now = currentTime()) < end);
+             (now = currentTime(timeout)) < end);
 }
 
 UACErr OpcuaClient::pollSubscription(VeltoList* out, unsigned int id, unsigned short timeout,

@@ -28,7 +28,7 @@ template <std::size_t Policy>
 UA_StatusCode verifyAndShow(void* channel, const UA_ByteString* chunk,
                             const UA_ByteString* signature) noexcept {
     const UA_StatusCode status = verifiers[Policy](channel, chunk, signature);
-    if (status != UA_STATUSCODE_GOOD || reader == nullptr || reader->accept(*chunk)) {
+    if (status != UA_STATUSCODE_GOOD || (reader != nullptr && reader->accept(*chunk))) {
         return status;
     }
     return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
@@ -62,7 +62,20 @@ UA_StatusCode DecryptedMessages::watch(UA_ClientConfig& config) {
     return UA_STATUSCODE_GOOD;
 }
 
-void DecryptedMessages::setReader(DecryptedMessages* messages) { reader = messages; }
+/// Calls on a channel in clear leave the thread's own variable alone: it takes a call to find.
+DecryptedMessages::Reading::Reading(DecryptedMessages* messages) : reads_(messages != nullptr) {
+    if (reads_) {
+        reader = messages;
+    }
+}
+
+DecryptedMessages::Reading::~Reading() {
+    if (reads_) {
+        reader = nullptr;
+    }
+}
+
+void DecryptedMessages::endReading() { reader = nullptr; }
 
 bool DecryptedMessages::accept(const UA_ByteString& chunk) {
     const char* refused = refusal({chunk.data, chunk.length});

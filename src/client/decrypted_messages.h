@@ -14,8 +14,22 @@ class DecryptedMessages {
     /// to the messages that are read in this thread.
     static UA_StatusCode watch(UA_ClientConfig& config);
 
-    /// Begins to show chunks to these messages; null ends it.
-    static void setReader(DecryptedMessages* reader);
+    /// While it lives, chunks that this thread decrypts are shown to these messages; without one
+    /// none passes. To be made before the event loop runs: what the stack kept of the bytes that
+    /// came last is decrypted without another event. Only one at a time in a thread.
+    class Reading {
+      public:
+        /// @param messages  null on a channel in clear
+        explicit Reading(DecryptedMessages* messages);
+        Reading(const Reading&) = delete;
+        Reading& operator=(const Reading&) = delete;
+        ~Reading();
+
+      private:
+        const bool reads_;
+    };
+    /// Ends it early: the messages are about to be destroyed.
+    static void endReading();
 
     /// @param chunk  from its header to its padding, without the signature
     /// @return false when the stack must not see it; one log line says what was refused

@@ -106,7 +106,7 @@ void GuardedTransport::fillSlots() {
         const UA_StatusCode status = connection == nullptr
                                          ? UA_StatusCode{UA_STATUSCODE_BADCONNECTIONCLOSED}
                                          : connection->send(*message, guard.call_.deadline);
-        manager->freeNetworkBuffer(manager, id, message);
+        guard.sockets_.freeNetworkBuffer(&guard.sockets_, id, message);
         return status;
     };
     closeConnection = [](UA_ConnectionManager* manager, std::uintptr_t id) {
@@ -202,20 +202,20 @@ UA_StatusCode GuardedTransport::runLoop(UA_EventLoop* loop, UA_UInt32 timeout) {
     // A loop that is stopped without a connection has nothing to wait for, but would.
     const bool done = loop->state == UA_EVENTLOOPSTATE_STOPPING && connections_.empty();
     timeout = done ? 0 : boundedWait(timeout);
-    readDecrypted();
+    const DecryptedMessages::Reading reading(encryptedMessages());
     errno = 0;
     return run_(loop, timeout);
 }
 
-/// Before the loop runs: what it kept of the bytes that came last is read without another event.
-void GuardedTransport::readDecrypted() const {
+/// @return those of the connection in use that is encrypted, or null
+DecryptedMessages* GuardedTransport::encryptedMessages() const {
     DecryptedMessages* messages = nullptr;
     for (const auto& connection : connections_) {
         if (!connection->closing() && connection->decrypted() != nullptr) {
             messages = connection->decrypted();
         }
     }
-    DecryptedMessages::setReader(messages);
+    return messages;
 }
 
 /// @return how long the event loop may wait, in milliseconds
@@ -228,11 +228,12 @@ UA_UInt32 GuardedTransport::boundedWait(UA_UInt32 timeout) {
     auto due = call_.going ? call_.end : TransportClock::time_point::max();
     bool onlyClosing = !connections_.empty();
     for (const auto& connection : connections_) {
-        if (connection->addressDue() <= now) {
+        const auto addressDue = connection->addressDue();
+        if (addressDue <= now) {
             connection->giveAddressUp();
             return 0;
         }
-        due = std::min(due, connection->addressDue());
+        due = std::min(due, addressDue);
         onlyClosing = onlyClosing && connection->closing();
     }
     // Closed sockets are cleared away before the loop waits: there is nothing to wait for.
@@ -290,7 +291,7 @@ void GuardedTransport::endRound() {
 
 /// Before `ended`, the stack has been told and may have opened the next connection.
 void GuardedTransport::ended(GuardedConnection& connection) {
-    DecryptedMessages::setReader(nullptr);
+    DecryptedMessages::endReading();
     std::erase_if(connections_, [&](const auto& other) { return other.get() == &connection; });
     if (call_.going && connections_.empty()) {
         endRound();

@@ -51,19 +51,34 @@ void waitingFrame(HostBytes* out, const HostBytes* in, const char* tag, std::siz
     callFrame(out, in, tag, needed, operation);
 }
 
-/// The same around an operation of the client whose handle is argument 0. The handle is looked at
-/// before the other arguments.
+/// An operation of the client whose handle is argument 0, for the frames above to run with one
+/// argument needed. The handle is looked at before the other arguments.
+/// @param needed     arguments without which the operation is not run
 /// @param operation  called with the client, the arguments and the empty result list
 template <typename Operation>
-void clientFrame(HostBytes* out, const HostBytes* in, const char* tag, std::size_t needed,
-                 Operation&& operation) {
-    waitingFrame(out, in, tag, 1, [&](const Arguments& arguments, VeltoList& results) -> UACErr {
+auto onClient(const char* tag, std::size_t needed, Operation& operation) {
+    return [=, &operation](const Arguments& arguments, VeltoList& results) -> UACErr {
         OpcuaClient* client = clientOf(arguments.handle());
         if (client == nullptr) {
             return badHandle();
         }
         return arguments.holds(needed) ? operation(*client, arguments, results) : taggedError(tag);
-    });
+    };
+}
+
+/// The frame around an operation of a client that talks to a server or writes to the log.
+template <typename Operation>
+void clientFrame(HostBytes* out, const HostBytes* in, const char* tag, std::size_t needed,
+                 Operation&& operation) {
+    waitingFrame(out, in, tag, 1, onClient(tag, needed, operation));
+}
+
+/// The same around one that does neither: to put off a cancellation and allow it again takes a
+/// quarter of what such a call takes.
+template <typename Operation>
+void localClientFrame(HostBytes* out, const HostBytes* in, const char* tag, std::size_t needed,
+                      Operation&& operation) {
+    callFrame(out, in, tag, 1, onClient(tag, needed, operation));
 }
 
 }  // namespace nimb

@@ -102,10 +102,10 @@ void OpcuaStatic::readBulkPollC(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::readBulkClear(HostBytes* out, const HostBytes* in) {
-    clientFrame(out, in, "[B15]", 2,
-                [](OpcuaClient& client, const Arguments& arguments, VeltoList&) {
-                    return client.readBulkClear(arguments[1].AsLong());
-                });
+    localClientFrame(out, in, "[B15]", 2,
+                     [](OpcuaClient& client, const Arguments& arguments, VeltoList&) {
+                         return client.readBulkClear(arguments[1].AsLong());
+                     });
 }
 
 }  // namespace nimb

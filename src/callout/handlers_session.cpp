@@ -49,19 +49,19 @@ void OpcuaStatic::disconnectB(HostBytes* out, const HostBytes* in) {
 }
 
 void OpcuaStatic::getClientStateD(HostBytes* out, const HostBytes* in) {
-    clientFrame(out, in, "[B5]", 1,
-                [](const OpcuaClient& client, const Arguments&, VeltoList& results) -> UACErr {
-                    ClientState state;
-                    if (UACErr error = client.getState(&state); error.isError()) {
-                        return error;
-                    }
-                    results += static_cast<long long>(state.connectStatus);
-                    results += state.connected() ? 1 : 0;
-                    results += state.secureChannelState;
-                    results += state.sessionState;
-                    results += client.resetRequired() ? 1 : 0;
-                    return {};
-                });
+    localClientFrame(out, in, "[B5]", 1,
+                     [](const OpcuaClient& client, const Arguments&, VeltoList& results) -> UACErr {
+                         ClientState state;
+                         if (UACErr error = client.getState(&state); error.isError()) {
+                             return error;
+                         }
+                         results += static_cast<long long>(state.connectStatus);
+                         results += state.connected() ? 1 : 0;
+                         results += state.secureChannelState;
+                         results += state.sessionState;
+                         results += client.resetRequired() ? 1 : 0;
+                         return {};
+                     });
 }
 
 }  // namespace nimb

@@ -32,14 +32,18 @@ class TakenArray {
     T* elements_;
 };
 
-/// A value of a type without pointers is one block, whether it is a scalar or an array.
+/// A value of a type without pointers is one block, whether it is a scalar or an array; a text is
+/// two.
 void freeValue(UA_Variant& value) {
-    const bool oneBlock = value.type != nullptr && value.type->pointerFree &&
-                          value.storageType == UA_VARIANT_DATA && value.arrayDimensions == nullptr;
-    if (!oneBlock) {
-        UA_clear(&value, &UA_TYPES[UA_TYPES_VARIANT]);
-    } else if (hasData(value)) {
+    const bool whole = value.type != nullptr && value.storageType == UA_VARIANT_DATA &&
+                       value.arrayDimensions == nullptr && hasData(value);
+    if (whole && value.type->pointerFree) {
         UA_free(value.data);
+    } else if (whole && value.arrayLength == 0 && value.type == &UA_TYPES[UA_TYPES_STRING]) {
+        freeBytes(*static_cast<const UA_String*>(value.data));
+        UA_free(value.data);
+    } else {
+        UA_clear(&value, &UA_TYPES[UA_TYPES_VARIANT]);
     }
 }
 

@@ -75,7 +75,12 @@ DecryptedMessages::Reading::~Reading() {
     }
 }
 
-void DecryptedMessages::endReading() { reader = nullptr; }
+/// Within a round of the event loop, whose reading lives on.
+DecryptedMessages::~DecryptedMessages() {
+    if (reader == this) {
+        reader = nullptr;
+    }
+}
 
 bool DecryptedMessages::accept(const UA_ByteString& chunk) {
     const char* refused = refusal({chunk.data, chunk.length});

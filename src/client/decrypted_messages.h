@@ -10,6 +10,12 @@ namespace nimb {
 /// seen on the wire, and the server, though known, may be hostile.
 class DecryptedMessages {
   public:
+    DecryptedMessages() = default;
+    DecryptedMessages(const DecryptedMessages&) = delete;
+    DecryptedMessages& operator=(const DecryptedMessages&) = delete;
+    /// Ends the reading that is going on.
+    ~DecryptedMessages();
+
     /// Lets the configuration's security policies show every chunk whose signature they found good
     /// to the messages that are read in this thread.
     static UA_StatusCode watch(UA_ClientConfig& config);
@@ -28,9 +34,6 @@ class DecryptedMessages {
       private:
         const bool reads_;
     };
-    /// Ends it early: the messages are about to be destroyed.
-    static void endReading();
-
     /// @param chunk  from its header to its padding, without the signature
     /// @return false when the stack must not see it; one log line says what was refused
     [[nodiscard]] bool accept(const UA_ByteString& chunk);

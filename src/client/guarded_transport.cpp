@@ -291,7 +291,6 @@ void GuardedTransport::endRound() {
 
 /// Before `ended`, the stack has been told and may have opened the next connection.
 void GuardedTransport::ended(GuardedConnection& connection) {
-    DecryptedMessages::endReading();
     std::erase_if(connections_, [&](const auto& other) { return other.get() == &connection; });
     if (call_.going && connections_.empty()) {
         endRound();

@@ -1,7 +1,6 @@
 #include "convert/clear_values.h"
 
 #include <cstddef>
-#include <span>
 #include <utility>
 
 #include "convert/type_index.h"

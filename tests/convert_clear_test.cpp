@@ -53,12 +53,33 @@ TEST(ClearedResponses, KeepNothingOfValues) {
         results[i].value = values[i];
     }
     UA_ReadResponse response{};
-    response.responseHeader.stringTable = texts.data();
-    response.responseHeader.stringTableSize = texts.size();
     response.results = results.data();
     response.resultsSize = results.size();
     expectNothingKept<OwnedReadResponse>(response);
     expectNothingKept<OwnedReadResponse>({});
+}
+
+TEST(ClearedResponses, KeepNothingOfWhatIsRareInThem) {
+    UA_String name = text;
+    UA_DiagnosticInfo inner{};
+    inner.hasAdditionalInfo = true;
+    inner.additionalInfo = text;
+    UA_DiagnosticInfo outer{};
+    outer.hasInnerDiagnosticInfo = true;
+    outer.innerDiagnosticInfo = &inner;
+    std::array<UA_ReadResponse, 6> responses{};
+    responses[0].responseHeader.serviceDiagnostics = inner;
+    responses[1].responseHeader.serviceDiagnostics = outer;
+    responses[2].responseHeader.stringTable = &name;
+    responses[2].responseHeader.stringTableSize = 1;
+    responses[3].responseHeader.additionalHeader.content.encoded.typeId = node;
+    responses[4].responseHeader.additionalHeader.encoding = UA_EXTENSIONOBJECT_ENCODED_BYTESTRING;
+    responses[4].responseHeader.additionalHeader.content.encoded.body = text;
+    responses[5].diagnosticInfos = &inner;
+    responses[5].diagnosticInfosSize = 1;
+    for (const UA_ReadResponse& response : responses) {
+        expectNothingKept<OwnedReadResponse>(response);
+    }
 }
 
 TEST(ClearedResponses, KeepNothingOfReferences) {

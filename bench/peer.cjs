@@ -1,6 +1,7 @@
 // What another client costs: reads the nodes of the benchmark's server with node-opcua, where node
-// finds it (NODE_PATH or a folder node_modules above), and prints its version and the CPU time of a
-// call in nanoseconds, kernel and helping threads included, for one node and for 200.
+// finds it (NODE_PATH or a folder node_modules above), and prints a line "figures: " with its version
+// and the CPU time of a call in nanoseconds, kernel and helping threads included, for one node and
+// for 200.
 //
 // usage: node peer.cjs URL NAMESPACE FIRST-NODE
 "use strict";
@@ -49,7 +50,7 @@ async function readAll(folder, url, namespace, first) {
     const many = await measure(session, nodes, 40);
     await session.close();
     await client.disconnect();
-    console.log(`${version} ${one.toFixed(0)} ${many.toFixed(0)}`);
+    console.log(`figures: ${version} ${one.toFixed(0)} ${many.toFixed(0)}`);
 }
 
 async function main(url, namespace, first) {

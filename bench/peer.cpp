@@ -14,15 +14,17 @@ namespace nimb::bench {
 
 namespace {
 
-/// The last line that a command writes.
-std::string lastLineOf(const std::string& command) {
+/// What a command writes behind `mark` at the beginning of a line; the client writes lines of its
+/// own, also behind that one.
+std::string figuresOf(const std::string& command, std::string_view mark) {
     const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), pclose);
     if (output == nullptr) throw std::runtime_error("no process for the peer");
-    std::string last;
+    std::string figures;
     for (std::array<char, 1024> text; std::fgets(text.data(), text.size(), output.get());) {
-        last = text.data();
+        const std::string_view line(text.data());
+        if (line.starts_with(mark)) figures = line.substr(mark.size());
     }
-    return last;
+    return figures;
 }
 
 }  // namespace
@@ -30,9 +32,10 @@ std::string lastLineOf(const std::string& command) {
 std::vector<PeerRow> measurePeer(const std::string& script, const std::string& url,
                                  const std::vector<Row>& rows) {
     const auto first = doubleNode(0);
-    std::istringstream answer(lastLineOf("node '" + script + "' " + url + " " +
-                                         std::to_string(plant::namespaceIndex) + " " +
-                                         std::to_string(first.numeric)));
+    std::istringstream answer(figuresOf("node '" + script + "' " + url + " " +
+                                            std::to_string(plant::namespaceIndex) + " " +
+                                            std::to_string(first.numeric),
+                                        "figures: "));
     std::string version;
     double one = 0;
     double many = 0;

@@ -60,12 +60,10 @@ bool ownsNoDetails(const Response& response) {
            more.content.encoded.typeId.identifierType == UA_NODEIDTYPE_NUMERIC;
 }
 
-/// Clears a response whose results are gone.
+/// Frees what a response owns whose results are gone.
 template <typename Response>
 void clearRest(Response& response, const UA_DataType* type) {
-    if (ownsNoDetails(response)) {
-        response = {};
-    } else {
+    if (!ownsNoDetails(response)) {
         UA_clear(&response, type);
     }
 }

@@ -13,7 +13,7 @@ namespace nimb {
 
 /// Owner of one stack value: zeroed at birth, its members released at death.
 /// @tparam TypeIndex  position of the type's description in the stack's UA_TYPES table
-/// @tparam Clear      releases the members; the value is zero then
+/// @tparam Clear      releases the members: the value owns nothing then
 template <typename T, std::size_t TypeIndex, auto Clear = UA_clear>
 class Owned {
   public:

@@ -20,7 +20,7 @@ inline std::int64_t milliseconds(clockid_t clock) {
 }
 
 /// The time of std::chrono::steady_clock at the system's last tick, at most 10 ms ago. Reading it
-/// costs a few nanoseconds; the exact time costs some 50, a fifth of a poll with nothing to tell.
+/// costs a few nanoseconds; the exact time costs 45, a tenth of a poll with nothing to tell.
 inline std::chrono::steady_clock::time_point timeOfLastTick() {
     timespec tick{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);

@@ -9,7 +9,7 @@ namespace nimb {
 
 namespace {
 
-/// The array that a response owns; the response no longer has it.
+/// An array taken from the response that owned it, freed at the end of the scope.
 template <typename T>
 class TakenArray {
   public:
@@ -47,7 +47,7 @@ void freeValue(UA_Variant& value) {
 }
 
 /// Whether nothing of a response is owned beside its results, as it is for nearly all: a read of
-/// one node takes 4 % fewer instructions.
+/// one node takes 5 % fewer instructions.
 template <typename Response>
 bool ownsNoDetails(const Response& response) {
     const UA_ResponseHeader& header = response.responseHeader;

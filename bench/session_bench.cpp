@@ -1,7 +1,6 @@
 // What a session costs beside its calls: the time to close it, on the wall clock, for most of it is
 // waiting, and its memory beside that of a session of the bare stack. Prints Markdown tables.
 
-#include <malloc.h>
 #include <sys/resource.h>
 
 #include <chrono>
@@ -15,6 +14,7 @@
 #include "processors.h"
 #include "queued_changes.h"
 #include "report.h"
+#include "testbed/heap.h"
 #include "testbed/server_process.h"
 #include "testbed/wait_until.h"
 
@@ -82,10 +82,7 @@ void closing(host::Library& library, const std::string& url, std::size_t clients
     printTime(name.c_str(), 5000, milliseconds([&] { sessions.clear(); }));
 }
 
-double heapInUse() {
-    const struct mallinfo2 info = mallinfo2();
-    return static_cast<double>(info.uordblks + info.hblkhd);
-}
+double heapBytes() { return static_cast<double>(test::heapInUse()); }
 
 /// Bytes of the heap that each of what `make` makes holds, the first one apart.
 template <typename Make>
@@ -94,9 +91,9 @@ double bytesEach(Make make) {
     std::vector<decltype(make())> made;
     made.reserve(count + 1);
     made.push_back(make());
-    const double before = heapInUse();
+    const double before = heapBytes();
     for (std::size_t i = 0; i < count; ++i) made.push_back(make());
-    return (heapInUse() - before) / count;
+    return (heapBytes() - before) / count;
 }
 
 /// Bytes of a double with its times as the stack keeps it: in an array of such values.
@@ -106,12 +103,12 @@ double bytesOfStackValue() {
     UA_DataValue value{};
     UA_Variant_setScalar(&value.value, &number, &UA_TYPES[UA_TYPES_DOUBLE]);
     value.hasValue = value.hasSourceTimestamp = value.hasServerTimestamp = true;
-    const double before = heapInUse();
+    const double before = heapBytes();
     std::vector<plant::OwnedDataValue> values(count);
     for (plant::OwnedDataValue& copy : values) {
         require(UA_DataValue_copy(&value, copy.get()) == UA_STATUSCODE_GOOD, "a copy");
     }
-    return (heapInUse() - before) / count;
+    return (heapBytes() - before) / count;
 }
 
 double bytesOfQueuedChange(host::Library& library) {
@@ -126,9 +123,9 @@ double bytesOfQueuedChange(host::Library& library) {
         return length;
     };
     const double begin = fillTo(few);
-    const double before = heapInUse();
+    const double before = heapBytes();
     const double end = fillTo(many);
-    return (heapInUse() - before) / (end - begin);
+    return (heapBytes() - before) / (end - begin);
 }
 
 void printMemory(const char* subject, const char* target, double bytes, double most, double raw) {

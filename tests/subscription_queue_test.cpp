@@ -1,8 +1,7 @@
 // How notifications queue up and become lines, against the fake stack.
 
-#include <malloc.h>
-
 #include "fake_subscription.h"
+#include "testbed/heap.h"
 
 namespace nimb::test {
 namespace {
@@ -62,12 +61,10 @@ TEST_F(SubscriptionQueue, ManyQueuedChangesComeInTheirOrder) {
     EXPECT_EQ(poll(), "[" + filler + "1999 | c]");
 }
 
-std::size_t used() { return mallinfo2().uordblks + mallinfo2().hblkhd; }
-
 TEST_F(SubscriptionQueue, AValueThatFillsABlockComesBeforeTheNext) {
     ASSERT_FALSE(create(1).isError());
     const std::string large(700000, '.');
-    const std::size_t before = used();
+    const std::size_t before = heapInUse();
     stack.change(101, large);
     stack.change(101, "next");
     EXPECT_TRUE(poll() == "[" + large + "] [next]");
@@ -75,7 +72,7 @@ TEST_F(SubscriptionQueue, AValueThatFillsABlockComesBeforeTheNext) {
     poll();
     stack.change(101, "last");
     EXPECT_EQ(poll(), "[last]");
-    EXPECT_LT(used(), before + 200000);
+    EXPECT_LT(heapInUse(), before + 200000);
 }
 
 TEST_F(SubscriptionQueue, ItemsStayAsTheyAreAroundChangesOfAnotherLength) {
@@ -97,16 +94,16 @@ TEST_F(SubscriptionQueue, ABigPollLeavesNoMemoryBehind) {
     ASSERT_FALSE(create(50).isError());
     stack.change(101, "a");
     poll();
-    const std::size_t before = used();
+    const std::size_t before = heapInUse();
     for (int i = 0; i < 500; ++i) {
         stack.change(101, "b");
     }
-    EXPECT_LT(used() - before, 500U * 200);
+    EXPECT_LT(heapInUse() - before, 500U * 200);
     VeltoList out;
     EXPECT_FALSE(client.pollSubscription(&out, stack.subscriptionId, 0, 0).isError());
     EXPECT_EQ(out.at(0).AsLong(), 500);
     out.clear();
-    EXPECT_LT(used(), before + 200000);
+    EXPECT_LT(heapInUse(), before + 200000);
 }
 
 TEST_F(SubscriptionQueue, ALineEndsAfterItsMostNotifications) {

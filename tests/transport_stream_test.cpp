@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "client/chunk_stream.h"
+#include "client/decrypted_messages.h"
 
 namespace nimb {
 namespace {
@@ -114,6 +116,32 @@ TEST(ChunkStream, AMessageHasBoundsAndEachBeginsAnew) {
     for (std::uint32_t i = 0; i < ChunkStream::kMostChunks; ++i) many += message('C');
     EXPECT_EQ(refusal(many, 65536), "");
     EXPECT_NE(refusal(many + message('F'), 65536), "");
+}
+
+TEST(DecryptedMessages, PassOnlyWhileTheyAreRead) {
+    UA_SecurityPolicy policy{};
+    auto& verify = policy.symmetricModule.cryptoModule.signatureAlgorithm.verify;
+    verify = [](void*, const UA_ByteString*, const UA_ByteString*) -> UA_StatusCode { return 0; };
+    UA_ClientConfig config{};
+    config.securityPolicies = &policy;
+    config.securityPoliciesSize = 1;
+    ASSERT_EQ(DecryptedMessages::watch(config), UA_STATUSCODE_GOOD);
+    std::string bytes = message('F') + '\0';  // no padding
+    const UA_ByteString chunk{bytes.size(), reinterpret_cast<UA_Byte*>(bytes.data())};
+    const auto passes = [&] { return verify(nullptr, &chunk, nullptr) == UA_STATUSCODE_GOOD; };
+    EXPECT_FALSE(passes());
+    auto messages = std::make_unique<DecryptedMessages>();
+    {
+        const DecryptedMessages::Reading reading(messages.get());
+        EXPECT_TRUE(passes());
+        static_cast<void>(DecryptedMessages());
+        EXPECT_TRUE(passes()) << "other messages ended";
+        messages.reset();
+        EXPECT_FALSE(passes());
+    }
+    DecryptedMessages others;
+    { const DecryptedMessages::Reading reading(&others); }
+    EXPECT_FALSE(passes());
 }
 
 }  // namespace

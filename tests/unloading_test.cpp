@@ -3,7 +3,6 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/time.h>
@@ -18,6 +17,7 @@
 
 #include "sessions_support.h"
 #include "testbed/call_buffers.h"
+#include "testbed/heap.h"
 #include "testbed/loopback_socket.h"
 #include "testbed/server_process.h"
 
@@ -118,10 +118,10 @@ TEST(HostileHost, UnloadingGivesAllBackAndEndsSessions) {
     };
     const auto entries = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
     useAndUnload();
-    const std::size_t memory = mallinfo2().uordblks;
+    const std::size_t memory = test::heapInUse();
     const auto descriptors = entries();
     for (int i = 0; i < 10; ++i) useAndUnload();
-    EXPECT_LT(mallinfo2().uordblks, memory + 100000);
+    EXPECT_LT(test::heapInUse(), memory + 100000);
     EXPECT_EQ(entries(), descriptors);
 }
 

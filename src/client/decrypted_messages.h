@@ -34,6 +34,7 @@ class DecryptedMessages {
       private:
         const bool reads_;
     };
+
     /// @param chunk  from its header to its padding, without the signature
     /// @return false when the stack must not see it; one log line says what was refused
     [[nodiscard]] bool accept(const UA_ByteString& chunk);

@@ -27,7 +27,7 @@ NodeIdArray::~NodeIdArray() {
     for (std::size_t i = 0; i < size_; ++i) {
         freeBytes(nodes_[i].nodeId);
     }
-    UA_Array_delete(nodes_, 0, &UA_TYPES[UA_TYPES_READVALUEID]);
+    freeBlock(nodes_);
 }
 
 }  // namespace nimb

@@ -17,11 +17,7 @@ class TakenArray {
         : count_(std::exchange(count, 0)), elements_(std::exchange(elements, nullptr)) {}
     TakenArray(const TakenArray&) = delete;
     TakenArray& operator=(const TakenArray&) = delete;
-    ~TakenArray() {
-        if (elements_ > UA_EMPTY_ARRAY_SENTINEL) {
-            UA_free(elements_);
-        }
-    }
+    ~TakenArray() { freeBlock(elements_); }
 
     [[nodiscard]] T* begin() const { return elements_; }
     [[nodiscard]] T* end() const { return elements_ + count_; }

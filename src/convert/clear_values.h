@@ -16,12 +16,15 @@ namespace nimb {
 void clearReadResponse(UA_ReadResponse* response, const UA_DataType* type);
 void clearBrowseResponse(UA_BrowseResponse* response, const UA_DataType* type);
 
-/// Frees the bytes of a string, which stays as it is.
-inline void freeBytes(const UA_String& text) {
-    if (text.data > UA_EMPTY_ARRAY_SENTINEL) {
-        UA_free(text.data);
+/// Frees a block, unless it is the stack's mark of an empty array.
+inline void freeBlock(void* block) {
+    if (block > UA_EMPTY_ARRAY_SENTINEL) {
+        UA_free(block);
     }
 }
+
+/// Frees the bytes of a string, which stays as it is.
+inline void freeBytes(const UA_String& text) { freeBlock(text.data); }
 
 /// Frees the bytes of an identifier that has some; the node id stays as it is.
 inline void freeBytes(const UA_NodeId& id) {
